@@ -1,0 +1,40 @@
+#pragma once
+
+#include <fstream>
+#include <string>
+#include <string_view>
+
+namespace kvo {
+
+// Writes a file by writing a temporary file beside it and renaming that over the
+// target only once everything is on disk: a failed write leaves the old file intact.
+// Every save of the program goes through here.
+class AtomicFile {
+public:
+    // Creates the temporary file; raises error 75 naming the target on failure.
+    explicit AtomicFile(const std::string& target);
+    // Discards the temporary file unless Commit succeeded.
+    ~AtomicFile();
+    AtomicFile(const AtomicFile&) = delete;
+    AtomicFile& operator=(const AtomicFile&) = delete;
+
+    std::ostream& Stream() { return stream_; }
+    const std::string& TemporaryPath() const { return temporary_; }
+    // The file that will be replaced: the target, or what it links to.
+    const std::string& TargetPath() const { return target_; }
+
+    // Flushes, syncs and renames over the target; raises error 75 on failure.
+    void Commit();
+
+private:
+    [[noreturn]] void Fail(const std::string& what, int errorNumber);
+
+    std::string target_;
+    std::string temporary_;
+    std::ofstream stream_;
+    bool committed_ = false;
+};
+
+void WriteFileAtomically(const std::string& target, std::string_view bytes);
+
+}  // namespace kvo

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace kvo {
+
+// Path helpers that accept both "\" and "/" and keep the separator style of the
+// path they extend, so Windows paths recorded in files stay as they were written.
+
+bool IsPathSeparator(char c);
+
+// A drive-letter path ("E:...") or an absolute path of this system ("/...").
+bool IsFullPath(std::string_view path);
+
+// Trims trailing blanks and appends a separator unless the path ends with one.
+std::string AddBackslash(std::string_view path);
+
+// Joins a directory and a relative path, resolving leading "..\" and ".\" steps;
+// a relative path that is already full is returned as it is.
+std::string JoinPath(std::string_view directory, std::string_view relativePath);
+
+// The last component of a path, after either kind of separator.
+std::string FileNamePart(std::string_view path);
+
+bool FileExists(const std::string& path);
+bool DirectoryExists(const std::string& path);
+
+// The directory of the running executable.
+std::string ExecutableDirectory();
+
+// Where the editor's own files (string tables, help) live: "../share/kvoeditor"
+// beside the executable when that exists, else the executable's directory.
+std::string EditorDataDirectory();
+
+}  // namespace kvo

@@ -1,0 +1,89 @@
+#include "SettingsStore.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "AtomicFile.h"
+#include "Error.h"
+
+namespace kvo {
+
+namespace {
+
+constexpr const char* kDefaultPath = "/etc/orlanvex/registry.reg";
+
+std::string SystemReason(int error) { return std::strerror(error); }
+
+// Held for the whole read-modify-write; a separate file because the store itself
+// is replaced by rename and a lock on it would be lost with the old file.
+class LockFile {
+public:
+    explicit LockFile(const std::string& storePath) {
+        const std::string lockPath = storePath + ".lock";
+        fd_ = open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+        if (fd_ < 0) throw SettingsFileError(storePath, 0, "cannot create the lock file " + lockPath + ": " + SystemReason(errno));
+        while (flock(fd_, LOCK_EX) != 0) {
+            if (errno == EINTR) continue;
+            const int error = errno;
+            close(fd_);
+            throw SettingsFileError(storePath, 0, "cannot lock " + lockPath + ": " + SystemReason(error));
+        }
+    }
+    ~LockFile() {
+        flock(fd_, LOCK_UN);
+        close(fd_);
+    }
+    LockFile(const LockFile&) = delete;
+    LockFile& operator=(const LockFile&) = delete;
+
+private:
+    int fd_ = -1;
+};
+
+}  // namespace
+
+SettingsStore::SettingsStore(std::string path) : path_(std::move(path)) {}
+
+std::string SettingsStore::DefaultPath() {
+    const char* fromEnvironment = std::getenv("ORLANVEX_REGISTRY");
+    return (fromEnvironment != nullptr && *fromEnvironment != '\0') ? fromEnvironment : kDefaultPath;
+}
+
+RegistryTree SettingsStore::Read() const {
+    std::ifstream in(path_, std::ios::binary);
+    if (!in) {
+        const int error = errno;
+        std::error_code ec;
+        if (!std::filesystem::exists(path_, ec)) return RegistryTree{};
+        throw SettingsFileError(path_, 0, "cannot be read: " + SystemReason(error));
+    }
+    std::ostringstream bytes;
+    bytes << in.rdbuf();
+    if (in.bad()) throw SettingsFileError(path_, 0, "cannot be read: " + SystemReason(errno));
+    return RegistryTree::Parse(bytes.str(), path_);
+}
+
+void SettingsStore::Modify(const std::function<void(RegistryTree&)>& change) const {
+    const auto directory = std::filesystem::path(path_).parent_path();
+    std::error_code ec;
+    if (!directory.empty()) std::filesystem::create_directories(directory, ec);
+    if (ec) throw SettingsFileError(path_, 0, "cannot create the folder " + directory.string() + ": " + ec.message());
+    LockFile lock(path_);
+    RegistryTree tree = Read();
+    change(tree);
+    try {
+        WriteFileAtomically(path_, tree.Serialize());
+    } catch (const Error& error) {
+        throw SettingsFileError(path_, 0, error.Description());
+    }
+}
+
+}  // namespace kvo

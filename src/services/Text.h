@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace kvo {
+
+// ASCII-only case rules: the file formats compare keys and names this way, and
+// bytes of other characters pass through untouched.
+char ToUpperAscii(char c);
+std::string ToUpper(std::string_view text);
+std::string ToLower(std::string_view text);
+bool EqualsNoCase(std::string_view a, std::string_view b);
+bool EndsWithNoCase(std::string_view text, std::string_view suffix);
+
+// Blanks and tabs, as the classic Trim functions and the text formats know them.
+std::string_view Trim(std::string_view text);
+std::string_view TrimLeft(std::string_view text);
+std::string_view TrimRight(std::string_view text);
+
+// Cuts UTF-8 text to at most maxBytes without splitting a character.
+std::string_view CutUtf8(std::string_view text, std::size_t maxBytes);
+
+}  // namespace kvo
+
+namespace kvo {
+
+// Conversions for files that Windows tools write in UTF-16 (little-endian).
+// Unpaired surrogates become U+FFFD; an odd trailing byte is dropped.
+std::string Utf16LeToUtf8(std::string_view bytes);
+std::string Utf8ToUtf16Le(std::string_view text);
+
+}  // namespace kvo
