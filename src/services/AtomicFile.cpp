@@ -19,12 +19,14 @@ constexpr const char* kSource = "AtomicFile";
 
 // Replacing a symbolic link would cut it; write to what it points at instead.
 std::string ResolveLinks(const std::string& target) {
+    std::filesystem::path path(target);
     std::error_code ec;
-    if (std::filesystem::is_symlink(target, ec)) {
-        const auto resolved = std::filesystem::weakly_canonical(target, ec);
-        if (!ec) return resolved.string();
+    for (int hops = 0; hops < 40 && std::filesystem::is_symlink(path, ec); ++hops) {
+        const auto next = std::filesystem::read_symlink(path, ec);
+        if (ec) break;
+        path = next.is_absolute() ? next : path.parent_path() / next;
     }
-    return target;
+    return path.string();
 }
 
 mode_t NewFileMode() {

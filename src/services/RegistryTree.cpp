@@ -199,10 +199,12 @@ private:
         while (!TrimRight(bytes).empty() && TrimRight(bytes).back() == '\\') {
             bytes = std::string(TrimRight(bytes));
             bytes.pop_back();
-            if (index_ + 1 >= lines_.size()) Fail("the hex data continues past the end of the file");
+            if (index_ + 1 >= lines_.size() || Trim(lines_[index_ + 1]).empty())
+                Fail("the hex data is continued with \"\\\" but no bytes follow");
             bytes += Trim(lines_[++index_]);
         }
         std::string_view list = Trim(bytes);
+        if (!list.empty() && list.back() == ',') Fail("the hex data ends with a comma");
         while (!list.empty()) {
             const auto comma = list.find(',');
             const auto item = Trim(list.substr(0, comma));
@@ -241,13 +243,15 @@ void WriteValue(std::string& out, const RegValue& value, bool wide) {
     out += "\r\n";
 }
 
-void WriteKey(std::string& out, const RegKey& key, const std::string& path, bool isRoot, bool wide) {
-    if (!isRoot || !key.values.empty()) {
+// A key without values but with subkeys is implied by them and is not written,
+// so a hand-written file keeps the sections it had.
+void WriteKey(std::string& out, const RegKey& key, const std::string& path, bool wide) {
+    if (!key.values.empty() || key.subkeys.empty()) {
         out += "[" + path + "]\r\n";
         for (const auto& value : key.values) WriteValue(out, value, wide);
         out += "\r\n";
     }
-    for (const auto& sub : key.subkeys) WriteKey(out, *sub, path + "\\" + sub->name, false, wide);
+    for (const auto& sub : key.subkeys) WriteKey(out, *sub, path + "\\" + sub->name, wide);
 }
 
 }  // namespace
@@ -345,7 +349,7 @@ RegistryTree RegistryTree::Parse(std::string_view bytes, const std::string& file
 std::string RegistryTree::Serialize() const {
     std::string out(wideStrings_ ? kHeader5 : kHeader4);
     out += "\r\n\r\n";
-    for (const auto& hive : root_.subkeys) WriteKey(out, *hive, hive->name, true, wideStrings_);
+    for (const auto& hive : root_.subkeys) WriteKey(out, *hive, hive->name, wideStrings_);
     if (!utf16File_) return out;
     return "\xFF\xFE" + Utf8ToUtf16Le(out);
 }

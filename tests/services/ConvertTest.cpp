@@ -1,1 +1,127 @@
+#include "services/Convert.h"
+
 #include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "services/Error.h"
+
+namespace kvo {
+namespace {
+
+template <typename F>
+int32_t ErrorNumberOf(F&& call) {
+    try {
+        call();
+    } catch (const Error& error) {
+        return error.Number();
+    }
+    return 0;
+}
+
+TEST(Convert, WholeNumbersRoundHalfToEvenAndAcceptTheClassicForms) {
+    const struct {
+        const char* text;
+        int16_t expected;
+    } cases[] = {
+        {"2.5", 2},    {"3.5", 4},        {"-2.5", -2},      {"0.5", 0},       {"1.5", 2},     {"2.4999", 2},
+        {" 12 ", 12},  {"\t7", 7},        {"+7", 7},         {".5", 0},        {"5.", 5},      {"1e3", 1000},
+        {"1D2", 100},  {"32767", 32767},  {"-32768", -32768}, {"-32768.5", -32768}, {"&HFFFF", -1}, {"&h7fff", 32767},
+        {"&O17", 15},  {"0001", 1},
+    };
+    for (const auto& c : cases) EXPECT_EQ(ToInteger(c.text), c.expected) << c.text;
+}
+
+TEST(Convert, BadTextIsTypeMismatchAndTooLargeIsOverflow) {
+    for (const char* text : {"", " ", "abc", "12abc", "1e", "True", "1,5", "--1", "1.2.3", "&H", "&HZZ", "e5", "."})
+        EXPECT_EQ(ErrorNumberOf([&] { ToInteger(text); }), ErrorNumber::TypeMismatch) << '"' << text << '"';
+    for (const char* text : {"32767.5", "32768", "-32769", "1e10", "&H10000", "1.#INF"})
+        EXPECT_EQ(ErrorNumberOf([&] { ToInteger(text); }), ErrorNumber::Overflow) << text;
+    EXPECT_EQ(ErrorNumberOf([] { ToLong("2147483648"); }), ErrorNumber::Overflow);
+    EXPECT_EQ(ErrorNumberOf([] { ToByte("256"); }), ErrorNumber::Overflow);
+    EXPECT_EQ(ErrorNumberOf([] { ToByte("-1"); }), ErrorNumber::Overflow);
+    EXPECT_EQ(ErrorNumberOf([] { ToSingle("1e39"); }), ErrorNumber::Overflow);
+    EXPECT_EQ(ErrorNumberOf([] { ToDouble("1e400"); }), ErrorNumber::Overflow);
+}
+
+TEST(Convert, ErrorsNameTheTextThatFailed) {
+    try {
+        ToInteger("12abc");
+        FAIL() << "no error";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.Number(), 13);
+        EXPECT_NE(error.Description().find("\"12abc\""), std::string::npos) << error.Description();
+        EXPECT_NE(std::string(error.what()).find("error 13"), std::string::npos);
+    }
+}
+
+TEST(Convert, LongsDoublesAndSingles) {
+    EXPECT_EQ(ToLong("2147483647"), 2147483647);
+    EXPECT_EQ(ToLong("-2147483648"), std::numeric_limits<int32_t>::min());
+    EXPECT_EQ(ToLong("&HFFFFFFFF"), -1);
+    EXPECT_EQ(ToLong("40000"), 40000);
+    EXPECT_EQ(ToDouble("0.8"), 0.8);
+    EXPECT_EQ(ToDouble("-1.5E-3"), -0.0015);
+    EXPECT_EQ(ToDouble("1e-400"), 0.0);  // underflow reads as zero, not as an error
+    EXPECT_EQ(ToDouble("0.000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000"
+                       "0000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000"
+                       "0000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000"
+                       "00000000000000000000000000000000000000000000000000001"),
+              0.0);
+    EXPECT_TRUE(std::isinf(ToDouble("1.#INF")));
+    EXPECT_FLOAT_EQ(ToSingle("3.25"), 3.25f);
+    EXPECT_EQ(ToByte("255"), 255);
+}
+
+TEST(Convert, BooleansFromWordsInAnyCaseOrFromNumbers) {
+    for (const char* text : {"True", "TRUE", "true", " tRuE ", "-1", "1", "2.5", "0.1", "&H1"})
+        EXPECT_TRUE(ToBoolean(text)) << text;
+    for (const char* text : {"False", "FALSE", "false", "0", "0.0", " 0 ", "-0"}) EXPECT_FALSE(ToBoolean(text)) << text;
+    for (const char* text : {"yes", "no", "", "T", "Truth"})
+        EXPECT_EQ(ErrorNumberOf([&] { ToBoolean(text); }), ErrorNumber::TypeMismatch) << text;
+}
+
+TEST(Convert, RoundingNumbersChecksTheTargetRange) {
+    EXPECT_EQ(RoundToLong(2.5), 2);
+    EXPECT_EQ(RoundToLong(-3.5), -4);
+    EXPECT_EQ(RoundToInteger(32767.4), 32767);
+    EXPECT_EQ(ErrorNumberOf([] { RoundToInteger(32767.5); }), ErrorNumber::Overflow);
+    EXPECT_EQ(ErrorNumberOf([] { RoundToLong(std::nan("")); }), ErrorNumber::Overflow);
+}
+
+TEST(Convert, DoublesAreWrittenInTheirShortestForm) {
+    const struct {
+        double value;
+        const char* text;
+    } cases[] = {
+        {0.8, "0.8"},
+        {0.1 + 0.2, "0.3"},  // 15 significant digits hide the binary noise
+        {100, "100"},
+        {-0.0, "0"},
+        {1.0 / 3, "0.333333333333333"},
+        {123456789012345, "123456789012345"},
+        {1e15, "1E+15"},
+        {1e20, "1E+20"},
+        {-2.5e-7, "-2.5E-07"},
+        {0.0001, "0.0001"},
+        {std::numeric_limits<double>::infinity(), "1.#INF"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(FormatDouble(c.value), c.text) << c.text;
+    EXPECT_EQ(FormatSingle(0.1f), "0.1");
+    EXPECT_EQ(FormatSingle(3.14159274f), "3.141593");
+    EXPECT_EQ(FormatBoolean(true), "True");
+    EXPECT_EQ(FormatBoolean(false), "False");
+}
+
+TEST(Convert, WrittenDoublesReadBack) {
+    for (double value : {0.8, 0.071, -12.5, 1e-9, 6.02214076e23, 1.0 / 7, 65535.0}) {
+        const double back = ToDouble(FormatDouble(value));
+        EXPECT_NEAR(back, value, std::fabs(value) * 1e-14) << FormatDouble(value);
+    }
+    EXPECT_TRUE(std::isinf(ToDouble(FormatDouble(-std::numeric_limits<double>::infinity()))));
+    EXPECT_TRUE(std::isnan(ToDouble(FormatDouble(std::nan("")))));
+}
+
+}  // namespace
+}  // namespace kvo
