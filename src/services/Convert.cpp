@@ -1,5 +1,6 @@
 #include "Convert.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -209,5 +210,163 @@ std::string FormatSingle(float value) {
 }
 
 std::string FormatBoolean(bool value) { return value ? "True" : "False"; }
+
+std::string FormatFixed(double value, int decimals, bool leadingZero) {
+    if (!std::isfinite(value)) return FormatDouble(value);
+    decimals = std::clamp(decimals, 0, 30);
+    // The 15 significant digits the runtime works with, then decimal rounding.
+    std::array<char, 40> buffer{};
+    const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), std::fabs(value),
+                                   std::chars_format::scientific, 14).ptr;
+    const std::string_view text(buffer.data(), static_cast<std::size_t>(end - buffer.data()));
+    const auto e = text.find('e');
+    std::string digits;
+    for (char c : text.substr(0, e))
+        if (c != '.') digits.push_back(c);
+    int exponent = 0;
+    const auto expText = text.substr(e + 1);
+    std::from_chars(expText.data() + (expText[0] == '+' ? 1 : 0), expText.data() + expText.size(), exponent);
+    if (value == 0) exponent = 0;
+
+    const int pointPos = exponent + 1;  // digits before the decimal point
+    std::string whole, fraction;
+    if (pointPos <= 0) {
+        whole = "0";
+        fraction = std::string(static_cast<std::size_t>(-pointPos), '0') + digits;
+    } else if (pointPos >= static_cast<int>(digits.size())) {
+        whole = digits + std::string(static_cast<std::size_t>(pointPos) - digits.size(), '0');
+    } else {
+        whole = digits.substr(0, static_cast<std::size_t>(pointPos));
+        fraction = digits.substr(static_cast<std::size_t>(pointPos));
+    }
+    const auto kept = static_cast<std::size_t>(decimals);
+    bool carry = fraction.size() > kept && fraction[kept] >= '5';
+    fraction.resize(kept, '0');
+    for (auto it = fraction.rbegin(); carry && it != fraction.rend(); ++it) {
+        carry = *it == '9';
+        *it = carry ? '0' : static_cast<char>(*it + 1);
+    }
+    for (auto it = whole.rbegin(); carry && it != whole.rend(); ++it) {
+        carry = *it == '9';
+        *it = carry ? '0' : static_cast<char>(*it + 1);
+    }
+    if (carry) whole.insert(whole.begin(), '1');
+    whole.erase(0, std::min(whole.find_first_not_of('0'), whole.size()));
+    if (whole.empty() && leadingZero) whole = "0";
+    const bool nonZero = (whole + fraction).find_first_not_of("0") != std::string::npos;
+    return (value < 0 && nonZero ? "-" : "") + whole + "." + fraction;
+}
+
+namespace {
+
+// Days from 1 January 1970 for a civil date, and back (proleptic Gregorian).
+int64_t DaysFromCivil(int64_t y, int64_t m, int64_t d) {
+    y -= m <= 2;
+    const int64_t era = (y >= 0 ? y : y - 399) / 400;
+    const int64_t yoe = y - era * 400;
+    const int64_t doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
+    const int64_t doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+    return era * 146097 + doe - 719468;
+}
+
+void CivilFromDays(int64_t z, int64_t& y, int64_t& m, int64_t& d) {
+    z += 719468;
+    const int64_t era = (z >= 0 ? z : z - 146096) / 146097;
+    const int64_t doe = z - era * 146097;
+    const int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    const int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    const int64_t mp = (5 * doy + 2) / 153;
+    d = doy - (153 * mp + 2) / 5 + 1;
+    m = mp + (mp < 10 ? 3 : -9);
+    y = yoe + era * 400 + (m <= 2);
+}
+
+constexpr int64_t kEpochOffset = 25569;  // 1899-12-30 to 1970-01-01
+constexpr double kMaxDate = 2958465.99999;  // 31 December 9999
+constexpr double kMinDate = -657434.0;      // 1 January 100
+
+bool ReadNumber(std::string_view& text, int64_t& value, std::size_t maxDigits) {
+    std::size_t n = 0;
+    while (n < text.size() && n < maxDigits && IsDigit(text[n])) ++n;
+    if (n == 0) return false;
+    std::from_chars(text.data(), text.data() + n, value);
+    text.remove_prefix(n);
+    return true;
+}
+
+bool Take(std::string_view& text, char c) {
+    if (text.empty() || text.front() != c) return false;
+    text.remove_prefix(1);
+    return true;
+}
+
+// "h:mm[:ss][ AM|PM]" into seconds of the day.
+bool ReadTime(std::string_view text, int64_t& seconds) {
+    int64_t h = 0, mi = 0, se = 0;
+    if (!ReadNumber(text, h, 2) || !Take(text, ':') || !ReadNumber(text, mi, 2)) return false;
+    if (Take(text, ':') && !ReadNumber(text, se, 2)) return false;
+    text = Trim(text);
+    if (EqualsNoCase(text, "AM") || EqualsNoCase(text, "PM")) {
+        if (h < 1 || h > 12) return false;
+        h = (h % 12) + (EqualsNoCase(text, "PM") ? 12 : 0);
+    } else if (!text.empty()) {
+        return false;
+    }
+    if (h > 23 || mi > 59 || se > 59) return false;
+    seconds = h * 3600 + mi * 60 + se;
+    return true;
+}
+
+}  // namespace
+
+std::string FormatDate(double date) {
+    if (!std::isfinite(date) || date < kMinDate || date > kMaxDate + 1) Overflow(FormatDouble(date), "a Date");
+    double dayPart = std::trunc(date);
+    int64_t seconds = std::llround(std::fabs(date - dayPart) * 86400.0);
+    if (seconds >= 86400) {  // rounding reached midnight
+        seconds = 0;
+        dayPart += date < 0 ? -1 : 1;
+    }
+    std::string result;
+    if (dayPart != 0 || seconds == 0) {
+        int64_t y = 0, m = 0, d = 0;
+        CivilFromDays(static_cast<int64_t>(dayPart) - kEpochOffset, y, m, d);
+        result = std::to_string(m) + "/" + std::to_string(d) + "/" + std::to_string(y);
+    }
+    if (seconds != 0) {
+        const int64_t h = seconds / 3600, mi = seconds / 60 % 60, se = seconds % 60;
+        const auto two = [](int64_t v) { return (v < 10 ? "0" : "") + std::to_string(v); };
+        if (!result.empty()) result += ' ';
+        result += std::to_string(h % 12 == 0 ? 12 : h % 12) + ":" + two(mi) + ":" + two(se) + (h < 12 ? " AM" : " PM");
+    }
+    return result;
+}
+
+double ToDate(std::string_view original) {
+    std::string_view text = Trim(original);
+    int64_t a = 0, b = 0, c = 0, seconds = 0;
+    std::string_view rest = text;
+    bool haveDate = false;
+    int64_t y = 0, m = 0, d = 0;
+    if (ReadNumber(rest, a, 4) && !rest.empty() && (rest.front() == '/' || rest.front() == '-')) {
+        const char separator = rest.front();
+        rest.remove_prefix(1);
+        if (!ReadNumber(rest, b, 2) || !Take(rest, separator) || !ReadNumber(rest, c, 4)) TypeMismatch(original, "a date");
+        if (separator == '-') y = a, m = b, d = c;
+        else m = a, d = b, y = c;
+        if (m < 1 || m > 12 || d < 1 || d > 31 || y < 100) TypeMismatch(original, "a date");
+        int64_t cy = 0, cm = 0, cd = 0;
+        CivilFromDays(DaysFromCivil(y, m, d), cy, cm, cd);
+        if (cd != d) TypeMismatch(original, "a date");  // 31 April and the like
+        haveDate = true;
+        rest = TrimLeft(rest);
+        if (!rest.empty() && !ReadTime(rest, seconds)) TypeMismatch(original, "a date");
+    } else if (!ReadTime(text, seconds)) {
+        TypeMismatch(original, "a date");
+    }
+    const double days = haveDate ? static_cast<double>(DaysFromCivil(y, m, d) + kEpochOffset) : 0.0;
+    const double time = static_cast<double>(seconds) / 86400.0;
+    return days < 0 ? days - time : days + time;
+}
 
 }  // namespace kvo

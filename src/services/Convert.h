@@ -28,4 +28,15 @@ std::string FormatDouble(double value);
 std::string FormatSingle(float value);
 std::string FormatBoolean(bool value);
 
+// A number with a fixed count of decimals, rounded half away from zero on its
+// decimal digits: the patterns "0.000" (leadingZero) and ".000" (without: 0.5
+// shows as ".500"). The point is always written, so 12.3 with no decimals is "12.".
+std::string FormatFixed(double value, int decimals, bool leadingZero);
+
+// Dates are day counts from 30 December 1899 with the time of day as the
+// fraction. Text as the classic runtime writes it ("3/15/2002 2:05:09 PM");
+// reading also takes "2002-03-15 14:05:09". Bad text raises error 13.
+std::string FormatDate(double date);
+double ToDate(std::string_view text);
+
 }  // namespace kvo

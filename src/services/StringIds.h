@@ -137,7 +137,8 @@ namespace kvo::Str {
     X(MenuHelpAbout, 31482)              \
     X(SettingsFileDamaged, 31500)        \
     X(SettingsFileUnusable, 31501)       \
-    X(SettingsKeyNotDeleted, 31502)
+    X(SettingsKeyNotDeleted, 31502)      \
+    X(LoadEndsInsideBlock, 31503)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

@@ -1,0 +1,246 @@
+#include "Icon.h"
+
+#include <algorithm>
+
+#include "BinaryStream.h"
+#include "BlockParser.h"
+#include "HostReport.h"
+#include "services/Convert.h"
+#include "services/Error.h"
+#include "services/Language.h"
+#include "services/Prompt.h"
+#include "services/StringIds.h"
+#include "services/Text.h"
+
+namespace kvo {
+
+namespace {
+
+constexpr const char* kIndent = "\t\t";
+constexpr const char* kKeyIndent = "\t\t\t";
+constexpr const char* kLineEnd = "\r\n";
+constexpr const char* kDefaultName = "NEWICON";
+
+template <typename T>
+T Clamp(int32_t value, T low, T high) {
+    return static_cast<T>(std::clamp<int32_t>(value, low, high));
+}
+
+}  // namespace
+
+void Icon::Initialize() {
+    values_.Clear();
+    name_ = kDefaultName;
+    isSequenceNumber_ = false;
+    sequenceNumber_ = 0;
+    featureName_ = kDefaultName;
+    left_ = 100;
+    top_ = 100;
+    drawLeader_ = true;
+    leaderX_ = 500;
+    leaderY_ = 500;
+    bendPoint_ = 60;
+    isVertical_ = false;
+    version_ = 0;
+    displayDigits_ = 6;
+    fontName_ = "Courier New";
+    fontSize_ = 12;
+    fontBold_ = true;
+    fontColor_ = 0;
+    nameColor_ = kButtonFaceColor;
+    leaderColor_ = 0;
+}
+
+void Icon::SetLeft(int32_t value) { left_ = Clamp(value, kMinPosition, kMaxPosition); }
+void Icon::SetTop(int32_t value) { top_ = Clamp(value, kMinPosition, kMaxPosition); }
+void Icon::SetLeaderX(int32_t value) { leaderX_ = Clamp(value, kMinPosition, kMaxPosition); }
+void Icon::SetLeaderY(int32_t value) { leaderY_ = Clamp(value, kMinPosition, kMaxPosition); }
+void Icon::SetLeaderBendPoint(int32_t value) { bendPoint_ = Clamp(value, kMinBendPoint, kMaxBendPoint); }
+void Icon::SetDisplayDigits(int32_t value) { displayDigits_ = Clamp(value, kMinDisplayDigits, kMaxDisplayDigits); }
+void Icon::SetFontSize(int32_t value) { fontSize_ = Clamp(value, kMinFontSize, kMaxFontSize); }
+
+void Icon::SetSequenceNumber(int32_t value) {
+    isSequenceNumber_ = true;
+    sequenceNumber_ = value;
+    name_ = "#" + std::to_string(value);
+    ++version_;
+}
+
+void Icon::SetFeatureName(std::string_view value) {
+    featureName_ = ToUpper(value);
+    isSequenceNumber_ = false;
+    name_ = std::string(value);
+    ++version_;
+}
+
+void Icon::LoadFromFile(BlockParser& parser) {
+    for (;;) {
+        const int16_t token = parser.GetToken();
+        if (token == BlockParser::TokenEndBlock) return;
+        if (token == BlockParser::TokenEndFile)
+            throw Error(ErrorNumber::LoadStructure, LoadResString(Str::IconLoadTitle),
+                        FormatResString(Str::LoadEndsInsideBlock, {"Icon", parser.CurrentLine()}));
+        if (token == BlockParser::TokenStartBlock) {
+            if (parser.BlockType() != "VALUE")
+                throw Error(ErrorNumber::LoadStructure, LoadResString(Str::IconLoadTitle),
+                            FormatResString(Str::LoadUnexpectedBlock,
+                                            {"BLOCK", parser.CurrentLine(), "VALUE", parser.BlockType()}));
+            values_.AddFromFile(parser);
+            continue;
+        }
+        // Some keys go through the properties (clamped, named, counted), the rest are
+        // stored as the file has them, beyond the limits if need be.
+        const std::string& key = parser.Key();
+        const std::string& text = parser.Value();
+        if (key == "LEFT") left_ = ToLong(text);
+        else if (key == "TOP") top_ = ToLong(text);
+        else if (key == "LEADERCOLOR") leaderColor_ = ToLong(text);
+        else if (key == "LEADERX") SetLeaderX(ToLong(text));
+        else if (key == "LEADERY") SetLeaderY(ToLong(text));
+        else if (key == "DRAWLEADER") drawLeader_ = ToBoolean(text);
+        else if (key == "BENDPOINT") bendPoint_ = ToInteger(text);
+        else if (key == "ISVERTICAL") isVertical_ = ToBoolean(text);
+        else if (key == "FEATURENAME") SetFeatureName(text);
+        else if (key == "SEQNUMBER") SetSequenceNumber(ToLong(text));
+        else if (key == "DISPLAYDIGITS") SetDisplayDigits(ToInteger(text));
+        else if (key == "FONTNAME") fontName_ = text;
+        else if (key == "FONTSIZE") SetFontSize(ToInteger(text));
+        else if (key == "FONTBOLD") SetFontBold(ToBoolean(text));
+        else if (key == "FONTCOLOR") fontColor_ = ToLong(text);
+        else if (key == "NAMECOLOR") nameColor_ = ToLong(text);
+        else
+            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon", key}),
+                                    LoadResString(Str::IconLoadTitle), MessageKind::Information);
+    }
+}
+
+void Icon::SaveToFile(std::ostream& out) const {
+    out << kIndent << "BLOCK Icon" << kLineEnd;
+    if (isSequenceNumber_) out << kKeyIndent << "SEQNUMBER=" << sequenceNumber_ << kLineEnd;
+    else out << kKeyIndent << "FEATURENAME=" << featureName_ << kLineEnd;
+    out << kKeyIndent << "LEFT=" << left_ << kLineEnd;
+    out << kKeyIndent << "TOP=" << top_ << kLineEnd;
+    out << kKeyIndent << "DRAWLEADER=" << FormatBoolean(drawLeader_) << kLineEnd;
+    out << kKeyIndent << "LEADERCOLOR=" << leaderColor_ << kLineEnd;
+    out << kKeyIndent << "LEADERX=" << leaderX_ << kLineEnd;
+    out << kKeyIndent << "LEADERY=" << leaderY_ << kLineEnd;
+    out << kKeyIndent << "BENDPOINT=" << bendPoint_ << kLineEnd;
+    out << kKeyIndent << "ISVERTICAL=" << FormatBoolean(isVertical_) << kLineEnd;
+    out << kKeyIndent << "DISPLAYDIGITS=" << displayDigits_ << kLineEnd;
+    out << kKeyIndent << "FONTNAME=" << fontName_ << kLineEnd;
+    out << kKeyIndent << "FONTSIZE=" << fontSize_ << kLineEnd;
+    out << kKeyIndent << "FONTBOLD=" << FormatBoolean(fontBold_) << kLineEnd;
+    out << kKeyIndent << "FONTCOLOR=" << fontColor_ << kLineEnd;
+    out << kKeyIndent << "NAMECOLOR=" << nameColor_ << kLineEnd;
+    for (const auto& cell : values_) cell->SaveToFile(out);
+    out << kIndent << "END" << kLineEnd;
+}
+
+void Icon::LoadFromBinary(BinaryStream& stream, int32_t version) {
+    left_ = stream.GetLong();
+    top_ = stream.GetLong();
+    leaderColor_ = stream.GetLong();
+    leaderX_ = stream.GetLong();
+    leaderY_ = stream.GetLong();
+    drawLeader_ = stream.GetBoolean();
+    bendPoint_ = stream.GetInteger();
+    isVertical_ = stream.GetBoolean();
+    displayDigits_ = stream.GetInteger();
+    fontName_ = stream.GetString();
+    fontSize_ = stream.GetInteger();
+    fontBold_ = stream.GetBoolean();
+    fontColor_ = stream.GetLong();
+    nameColor_ = stream.GetLong();
+    if (stream.GetBoolean()) SetSequenceNumber(stream.GetLong());
+    else SetFeatureName(stream.GetString());
+    values_.AddFromBinary(stream, version);
+}
+
+void Icon::SaveToBinary(BinaryStream& stream) const {
+    stream.WriteLong(left_);
+    stream.WriteLong(top_);
+    stream.WriteLong(leaderColor_);
+    stream.WriteLong(leaderX_);
+    stream.WriteLong(leaderY_);
+    stream.WriteBoolean(drawLeader_);
+    stream.WriteInteger(bendPoint_);
+    stream.WriteBoolean(isVertical_);
+    stream.WriteInteger(displayDigits_);
+    stream.WriteString(fontName_);
+    stream.WriteInteger(fontSize_);
+    stream.WriteBoolean(fontBold_);
+    stream.WriteLong(fontColor_);
+    stream.WriteLong(nameColor_);
+    stream.WriteBoolean(isSequenceNumber_);
+    // The name, not the feature name: a name typed in mixed case keeps its letters.
+    if (isSequenceNumber_) stream.WriteLong(sequenceNumber_);
+    else stream.WriteString(name_);
+    values_.SaveToBinary(stream);
+}
+
+void Icon::UpdateReport(HostReport& host, std::span<const int16_t> rowFlags, std::span<const int16_t> columnFlags) {
+    bool matches = false;
+    try {
+        matches = isSequenceNumber_ ? host.S6A(0).ToDouble() == sequenceNumber_
+                                    : ToUpper(Trim(host.S1D().ToText())) == featureName_;
+    } catch (...) {
+        return;  // a host that cannot say which feature it reports matches no icon
+    }
+    if (!matches) return;
+    for (const auto& cell : values_) cell->UpdateReport(host, rowFlags, columnFlags);
+    ++version_;
+}
+
+void Icon::Copy(Icon& target) const {
+    if (isSequenceNumber_) target.SetSequenceNumber(sequenceNumber_);
+    else target.SetFeatureName(featureName_);
+    target.SetLeft(left_);
+    target.SetTop(top_);
+    target.SetDrawLeader(drawLeader_);
+    target.SetLeaderX(leaderX_);
+    target.SetLeaderY(leaderY_);
+    target.SetLeaderBendPoint(bendPoint_);
+    target.SetIsLeaderVertical(isVertical_);
+    target.SetDisplayDigits(displayDigits_);
+    target.SetFontName(fontName_);
+    target.SetFontSize(fontSize_);
+    target.SetFontBold(fontBold_);
+    target.SetFontColor(fontColor_);
+    target.SetNameColor(nameColor_);
+    target.SetLeaderColor(leaderColor_);
+    values_.Copy(target.values_);
+}
+
+void Icon::InitializeSampleSet(int16_t sampleSize) {
+    for (const auto& cell : values_) cell->InitializeSampleSet(sampleSize);
+}
+
+void Icon::CollectSampleSet(Icon& target, std::string_view logName) const {
+    if (target.name_ != name_) return;
+    for (const auto& collector : target.values_) {
+        for (const auto& own : values_) {
+            if (collector->Row() != own->Row() || collector->Column() != own->Column()) continue;
+            if (own->Tolerance() == ToleranceState::NotEvaluated) continue;
+            if (collector->SummCount() >= collector->SampleSize()) continue;
+            if (collector->IsLogCol(logName)) continue;
+            const std::string shown = own->DisplayText();
+            collector->SetSumm(Variant(collector->Summ() + ToDouble(shown)));
+            collector->SetSummCount(static_cast<int16_t>(collector->SummCount() + 1));
+            collector->AddLog(std::string(logName));
+            collector->AddValue(shown);
+            if (!collector->GotTols() && own->GotTols()) {
+                collector->SetPlusTol(own->PlusTol());
+                collector->SetMinusTol(own->MinusTol());
+                collector->SetSoftPlusTol(own->SoftPlusTol());
+                collector->SetSoftMinusTol(own->SoftMinusTol());
+                collector->SetGotTols(true);
+            }
+        }
+    }
+}
+
+void Icon::CalculateAverage() {
+    for (const auto& cell : values_) cell->CalculateAverage();
+}
+
+}  // namespace kvo

@@ -1,0 +1,70 @@
+#include "IconCollection.h"
+
+#include <algorithm>
+
+#include "BinaryStream.h"
+#include "services/Error.h"
+
+namespace kvo {
+
+Icon& IconCollection::Append(std::unique_ptr<Icon> icon) {
+    icons_.push_back(std::move(icon));
+    return *icons_.back();
+}
+
+Icon& IconCollection::Add() {
+    auto icon = std::make_unique<Icon>();
+    icon->Initialize();
+    return Append(std::move(icon));
+}
+
+Icon& IconCollection::AddFromFile(BlockParser& parser) {
+    auto icon = std::make_unique<Icon>();
+    icon->Initialize();
+    icon->LoadFromFile(parser);
+    return Append(std::move(icon));
+}
+
+void IconCollection::AddFromBinary(BinaryStream& stream, int32_t version) {
+    const int32_t count = stream.GetLong();
+    for (int32_t i = 0; i < count; ++i) {
+        auto icon = std::make_unique<Icon>();
+        icon->Initialize();
+        icon->LoadFromBinary(stream, version);
+        Append(std::move(icon));
+    }
+}
+
+void IconCollection::SaveToBinary(BinaryStream& stream) const {
+    stream.WriteLong(Count());
+    for (const auto& icon : icons_) icon->SaveToBinary(stream);
+}
+
+Icon& IconCollection::Item(int32_t index) const {
+    if (index < 1 || index > Count())
+        throw Error(ErrorNumber::SubscriptOutOfRange, "IconCollection.Item", "Subscript out of range: " + std::to_string(index));
+    return *icons_[static_cast<std::size_t>(index - 1)];
+}
+
+void IconCollection::Remove(int32_t index) {
+    Item(index);  // the same range check
+    icons_.erase(icons_.begin() + (index - 1));
+}
+
+void IconCollection::Remove(const Icon& icon) {
+    const auto it = std::find_if(icons_.begin(), icons_.end(), [&](const auto& held) { return held.get() == &icon; });
+    if (it != icons_.end()) icons_.erase(it);
+}
+
+bool IconCollection::IsOutOfTolerance() const {
+    return std::any_of(icons_.begin(), icons_.end(), [](const auto& icon) { return icon->IsOutOfTolerance(); });
+}
+
+int16_t IconCollection::WorstTolerance() const {
+    int16_t worst = 0;
+    for (const auto& icon : icons_)
+        if (icon->WorstTolerance() > worst) worst = icon->WorstTolerance();
+    return worst;
+}
+
+}  // namespace kvo

@@ -1,0 +1,260 @@
+#include "Value.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "BinaryStream.h"
+#include "BlockParser.h"
+#include "HostReport.h"
+#include "services/Convert.h"
+#include "services/Error.h"
+#include "services/Language.h"
+#include "services/Prompt.h"
+#include "services/StringIds.h"
+
+namespace kvo {
+
+namespace {
+
+constexpr const char* kIndent = "\t\t\t";
+constexpr const char* kLineEnd = "\r\n";
+
+const std::string& ListItem(const std::vector<std::string>& list, int32_t index, const char* source) {
+    if (index < 1 || index > static_cast<int32_t>(list.size()))
+        throw Error(ErrorNumber::SubscriptOutOfRange, source, "Subscript out of range: " + std::to_string(index));
+    return list[static_cast<std::size_t>(index - 1)];
+}
+
+int16_t Flag(std::span<const int16_t> flags, int16_t index) {
+    if (index < 0 || static_cast<std::size_t>(index) >= flags.size())
+        throw Error(ErrorNumber::SubscriptOutOfRange, "Value.UpdateReport", "Subscript out of range");
+    return flags[static_cast<std::size_t>(index)];
+}
+
+void KeepOneItem(std::vector<std::string>& list) {
+    if (list.size() > 1) list.erase(list.begin(), list.end() - 1);
+}
+
+}  // namespace
+
+void Value::Initialize() {
+    type_ = "DA";
+    row_ = 2;
+    column_ = kDeviationColumn;
+    symbol_ = 1;
+    tolerance_ = ToleranceState::NotEvaluated;
+    currentValue_ = Variant();
+    fraction_ = 0.8;
+    decimals_ = 3;
+    isLimit_ = false;
+    plusTol_ = minusTol_ = softPlusTol_ = softMinusTol_ = 0;
+    isAverage_ = false;
+    sampleSize_ = summCount_ = 0;
+    summ_ = 0;
+    gotTols_ = false;
+    logList_.clear();
+    valueList_.clear();
+}
+
+void Value::Terminate() {
+    KeepOneItem(logList_);
+    KeepOneItem(valueList_);
+}
+
+void Value::LoadFromFile(BlockParser& parser) {
+    for (;;) {
+        const int16_t token = parser.GetToken();
+        if (token == BlockParser::TokenEndBlock || token == BlockParser::TokenEndFile) return;
+        if (token == BlockParser::TokenStartBlock)
+            throw Error(ErrorNumber::LoadStructure, LoadResString(Str::ValueLoadTitle),
+                        FormatResString(Str::LoadUnexpectedBlock,
+                                        {"BLOCK", parser.CurrentLine(), "none", parser.BlockType()}));
+        const std::string& key = parser.Key();
+        const std::string& text = parser.Value();
+        if (key == "TYPE") type_ = text;
+        else if (key == "SYMBOL") symbol_ = ToInteger(text);
+        else if (key == "ROW") row_ = ToInteger(text);
+        else if (key == "COLUMN") column_ = ToInteger(text);
+        else if (key == "FORMAT") decimals_ = ToInteger(text);
+        else if (key == "PERCENTAGE") fraction_ = ToDouble(text);
+        else if (key == "VALUE") currentValue_ = Variant::Decode(text);
+        else if (key == "TOLERANCE") tolerance_ = ToInteger(text);
+        else if (key == "ISLIMIT") isLimit_ = ToBoolean(text);
+        else
+            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon Value", key}),
+                                    LoadResString(Str::ValueLoadTitle), MessageKind::Information);
+    }
+}
+
+void Value::SaveToFile(std::ostream& out) const {
+    out << kIndent << "BLOCK Value" << kLineEnd;
+    out << kIndent << "\tTYPE=" << type_ << kLineEnd;
+    out << kIndent << "\tSYMBOL=" << symbol_ << kLineEnd;
+    out << kIndent << "\tROW=" << row_ << kLineEnd;
+    out << kIndent << "\tCOLUMN=" << column_ << kLineEnd;
+    out << kIndent << "\tPERCENTAGE=" << FormatDouble(fraction_) << kLineEnd;
+    out << kIndent << "\tVALUE=" << currentValue_.Encode() << kLineEnd;
+    out << kIndent << "\tFORMAT=" << decimals_ << kLineEnd;
+    out << kIndent << "\tTOLERANCE=" << tolerance_ << kLineEnd;
+    out << kIndent << "\tISLIMIT=" << FormatBoolean(isLimit_) << kLineEnd;
+    out << kIndent << "END" << kLineEnd;
+}
+
+void Value::LoadFromBinary(BinaryStream& stream, int32_t version) {
+    type_ = stream.GetString();
+    symbol_ = stream.GetInteger();
+    row_ = stream.GetInteger();
+    column_ = stream.GetInteger();
+    decimals_ = stream.GetInteger();
+    fraction_ = stream.GetDouble();
+    tolerance_ = stream.GetInteger();
+    isLimit_ = stream.GetBoolean();
+    currentValue_ = stream.GetVariant();
+    if (version == 1) {
+        plusTol_ = stream.GetDouble();
+        minusTol_ = stream.GetDouble();
+        softPlusTol_ = stream.GetDouble();
+        softMinusTol_ = stream.GetDouble();
+        gotTols_ = true;
+    }
+}
+
+void Value::SaveToBinary(BinaryStream& stream) const {
+    stream.WriteString(type_);
+    stream.WriteInteger(symbol_);
+    stream.WriteInteger(row_);
+    stream.WriteInteger(column_);
+    stream.WriteInteger(decimals_);
+    stream.WriteDouble(fraction_);
+    stream.WriteInteger(tolerance_);
+    stream.WriteBoolean(isLimit_);
+    stream.WriteVariant(currentValue_);
+    stream.WriteDouble(plusTol_);
+    stream.WriteDouble(minusTol_);
+    stream.WriteDouble(softPlusTol_);
+    stream.WriteDouble(softMinusTol_);
+}
+
+std::string Value::DisplayText() const {
+    if (currentValue_.IsEmpty()) return {};
+    if (currentValue_.IsNull()) return "NULL";
+    if (currentValue_.IsFloating()) return FormatFixed(currentValue_.ToDouble(), decimals_, false);
+    try {
+        return currentValue_.ToText();
+    } catch (const Error&) {
+        return {};  // a kind without a text form shows nothing
+    }
+}
+
+const std::string& Value::LogItem(int32_t index) const { return ListItem(logList_, index, "Value.LogItem"); }
+
+const std::string& Value::ValueItem(int32_t index) const { return ListItem(valueList_, index, "Value.ValueItem"); }
+
+int16_t Value::Percentage() const { return RoundToInteger(fraction_ * 100); }
+
+int16_t Value::Classify(double deviation) const {
+    if (deviation == 0) return ToleranceState::InBand;
+    if (deviation > plusTol_ || deviation < minusTol_) return ToleranceState::OutOfTolerance;
+    if (deviation <= softPlusTol_ && deviation >= softMinusTol_) return ToleranceState::InBand;
+    return ToleranceState::Warning;
+}
+
+double Value::RoundToDecimals(double value) const { return ToDouble(FormatFixed(value, decimals_, true)); }
+
+void Value::UpdateReport(HostReport& host, std::span<const int16_t> rowFlags, std::span<const int16_t> columnFlags) {
+    if (type_ != "DA") return;
+    try {
+        if (Flag(rowFlags, row_) == 0 || (Flag(columnFlags, column_) == 0 && Flag(columnFlags, 0) == 0)) return;
+        decimals_ = host.S6A((row_ == 1 || row_ == 7) ? 2 : 1).ToInteger();
+        if (decimals_ > kMaxDecimals) decimals_ = kMaxDecimals;
+        host.S6A(0);
+        host.S1D();
+        if (column_ != kDeviationColumn) {
+            tolerance_ = ToleranceState::NotEvaluated;
+            currentValue_ = host.s(column_, row_);
+            return;
+        }
+        double deviation = 0;
+        if (row_ < 9 || row_ > 13) {
+            isLimit_ = host.limittolerancing();
+            if (!isLimit_) {
+                plusTol_ = host.s(2, row_).ToDouble();
+                minusTol_ = -host.s(3, row_).ToDouble();
+                softPlusTol_ = plusTol_ * fraction_;
+                softMinusTol_ = minusTol_ * fraction_;
+                deviation = host.s(4, row_).ToDouble();
+            } else {
+                // s(2) and s(3) are the two limits; the deviation is taken from their middle.
+                currentValue_ = host.s(0, row_);
+                const double upper = host.s(2, row_).ToDouble();
+                const double lower = host.s(3, row_).ToDouble();
+                const double middle = (upper + lower) / 2;
+                const double half = std::fabs((lower - upper) / 2);
+                plusTol_ = half;
+                minusTol_ = -half;
+                softPlusTol_ = half * fraction_;
+                softMinusTol_ = -half * fraction_;
+                deviation = host.s(0, row_).ToDouble() - middle;
+            }
+        } else {
+            plusTol_ = host.s(2, row_).ToDouble();
+            minusTol_ = 0;
+            softPlusTol_ = plusTol_ * fraction_;
+            softMinusTol_ = 0;
+            deviation = host.s(4, row_).ToDouble();
+            if (row_ == 9 && host.MmcTolerancing()) {
+                plusTol_ = host.MmcBonus().ToDouble() + host.s(2, row_).ToDouble();
+                softPlusTol_ = plusTol_ * fraction_;
+            }
+        }
+        currentValue_ = Variant(RoundToDecimals(deviation));
+        gotTols_ = true;
+        // Classify what is shown, so the colour always agrees with the text.
+        tolerance_ = Classify(ToDouble(DisplayText()));
+    } catch (...) {
+        // The host's errors end the update; what was set so far stays.
+    }
+}
+
+void Value::Copy(Value& target) const {
+    target.SetValueType(type_);
+    target.SetRow(row_);
+    target.SetColumn(column_);
+    target.SetGeometricSymbol(symbol_);
+    target.SetPercentage(Percentage());
+    target.SetCurrentValue(currentValue_);
+    target.SetIsAverage(isAverage_);
+    target.SetPlusTol(plusTol_);
+    target.SetMinusTol(minusTol_);
+    target.SetSoftPlusTol(softPlusTol_);
+    target.SetSoftMinusTol(softMinusTol_);
+}
+
+bool Value::IsOutOfTolerance() const {
+    return tolerance_ == ToleranceState::Warning || tolerance_ == ToleranceState::OutOfTolerance;
+}
+
+void Value::InitializeSampleSet(int16_t sampleSize) {
+    summ_ = 0;
+    isAverage_ = true;
+    summCount_ = 0;
+    sampleSize_ = sampleSize;
+}
+
+void Value::CalculateAverage() {
+    if (column_ != kDeviationColumn || summCount_ < 1) return;
+    try {
+        const double average = RoundToDecimals(summ_ / summCount_);
+        currentValue_ = Variant(average);
+        // An incomplete set is shown unevaluated.
+        tolerance_ = (summCount_ == sampleSize_ && gotTols_) ? Classify(average) : ToleranceState::NotEvaluated;
+    } catch (...) {
+        // Arithmetic that cannot be shown ends the average silently.
+    }
+}
+
+bool Value::IsLogCol(std::string_view name) const {
+    return std::find(logList_.begin(), logList_.end(), name) != logList_.end();
+}
+
+}  // namespace kvo

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Value.h"
+
+namespace kvo {
+
+// The value cells of one icon, in order, 1-based; a cell may carry a key, which
+// compares without regard to case and must be unique.
+class ValueCollection {
+public:
+    ValueCollection() = default;
+    ValueCollection(const ValueCollection&) = delete;
+    ValueCollection& operator=(const ValueCollection&) = delete;
+
+    // Raises error 457 when the key is already in use.
+    Value& Add(std::optional<std::string> key = std::nullopt);
+    Value& AddFromFile(BlockParser& parser);
+    // A Long count, then that many cell records.
+    void AddFromBinary(BinaryStream& stream, int32_t version);
+    void SaveToBinary(BinaryStream& stream) const;
+
+    // Error 9 for a position outside 1..Count, error 5 for an unknown key.
+    Value& Item(int32_t index) const;
+    Value& Item(std::string_view key) const;
+    int32_t Count() const { return static_cast<int32_t>(cells_.size()); }
+    void Remove(int32_t index);
+    void Remove(std::string_view key);
+    void Clear() { cells_.clear(); }
+
+    // Empties the target and gives it a copy of each cell, in order.
+    void Copy(ValueCollection& target) const;
+    bool IsOutOfTolerance() const;
+    int16_t WorstTolerance() const;
+
+    // Iteration in order, for the writers and the views.
+    auto begin() const { return cells_.begin(); }
+    auto end() const { return cells_.end(); }
+
+private:
+    struct Entry {
+        std::unique_ptr<Value> value;
+        std::optional<std::string> key;
+        Value& operator*() const { return *value; }
+        Value* operator->() const { return value.get(); }
+    };
+
+    std::size_t PositionOf(std::string_view key, const char* source) const;
+    Value& Append(std::unique_ptr<Value> value, std::optional<std::string> key);
+
+    std::vector<Entry> cells_;
+};
+
+}  // namespace kvo

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+namespace kvo {
+
+enum class MessageKind { Information, Exclamation, Stop, Question };
+
+// Every question and message for the user goes through here, so the document
+// model can report without knowing about windows. The editor installs one built
+// on dialogs; tests install one that records and answers from a script.
+class Prompt {
+public:
+    virtual ~Prompt() = default;
+    // A message with an OK button.
+    virtual void Message(const std::string& text, const std::string& title, MessageKind kind) = 0;
+};
+
+// The program-wide prompt; without one installed, messages go to standard error.
+Prompt& CurrentPrompt();
+// Installs a prompt (nullptr restores the one on standard error). The caller
+// keeps it alive while it is installed.
+void SetCurrentPrompt(Prompt* prompt);
+
+}  // namespace kvo
