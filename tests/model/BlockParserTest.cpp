@@ -1,0 +1,165 @@
+#include "model/BlockParser.h"
+
+#include <gtest/gtest.h>
+
+#include "ModelTestSupport.h"
+#include "services/Language.h"
+
+namespace kvo {
+namespace {
+
+using test::RaisedBy;
+
+struct Token {
+    int16_t kind;
+    std::string first;   // key or block type
+    std::string second;  // value or block name
+};
+
+std::vector<Token> Tokens(BlockParser& parser) {
+    std::vector<Token> tokens;
+    for (int16_t kind; (kind = parser.GetToken()) != BlockParser::TokenEndFile;) {
+        if (kind == BlockParser::TokenKeyValue) tokens.push_back({kind, parser.Key(), parser.Value()});
+        else if (kind == BlockParser::TokenStartBlock) tokens.push_back({kind, parser.BlockType(), parser.BlockName()});
+        else tokens.push_back({kind, "", ""});
+    }
+    return tokens;
+}
+
+class BlockParserTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        SetLanguage(1033);
+        InitResources();
+    }
+    BlockParser& Open(const std::string& text) {
+        test::WriteFile(path_, text);
+        parser_.OpenFile(path_, false);
+        return parser_;
+    }
+    test::TempDir dir_;
+    std::string path_ = dir_.File("show.pdz");
+    BlockParser parser_;
+};
+
+TEST_F(BlockParserTest, LineKindsAndCaseRules) {
+    auto& parser = Open(
+        "BLOCK SlideShow\r\n"
+        "  NAME  =  Part 7 = left  \r\n"
+        "\tBLOCK\tIcon\r\n"
+        "\t\t\t\r\n"
+        "; BLOCK Slide\r\n"
+        "name=a;b\n"
+        "block icon  First Icon\n"
+        "BLOCK Icon X=1\n"
+        "=abc\n"
+        "KEY=\n"
+        "BLOCK\n"
+        "end\n"
+        "End\n"
+        "Tab=a\tb");
+    const std::vector<Token> expected = {
+        {BlockParser::TokenStartBlock, "SLIDESHOW", ""},
+        {BlockParser::TokenKeyValue, "NAME", "Part 7 = left"},
+        {BlockParser::TokenStartBlock, "ICON", ""},
+        {BlockParser::TokenKeyValue, "NAME", "a;b"},
+        {BlockParser::TokenStartBlock, "ICON", "First"},
+        {BlockParser::TokenKeyValue, "BLOCK ICON X", "1"},  // "=" wins over BLOCK
+        {BlockParser::TokenKeyValue, "", "abc"},
+        {BlockParser::TokenKeyValue, "KEY", ""},
+        {BlockParser::TokenStartBlock, "", ""},
+        {BlockParser::TokenEndBlock, "", ""},
+        {BlockParser::TokenEndBlock, "", ""},
+        {BlockParser::TokenKeyValue, "TAB", "a b"},
+    };
+    const auto tokens = Tokens(parser);
+    ASSERT_EQ(tokens.size(), expected.size());
+    for (std::size_t i = 0; i < tokens.size(); ++i) {
+        EXPECT_EQ(tokens[i].kind, expected[i].kind) << i;
+        EXPECT_EQ(tokens[i].first, expected[i].first) << i;
+        EXPECT_EQ(tokens[i].second, expected[i].second) << i;
+    }
+    EXPECT_EQ(parser.CurrentLine(), 14);
+}
+
+TEST_F(BlockParserTest, EachPairOfPropertiesDescribesTheLastLineOfItsKind) {
+    auto& parser = Open("BLOCK Slide One\nKEY=v\nEND\n");
+    parser.GetToken();
+    parser.GetToken();
+    parser.GetToken();
+    EXPECT_EQ(parser.BlockType(), "SLIDE");
+    EXPECT_EQ(parser.BlockName(), "One");
+    EXPECT_EQ(parser.Key(), "KEY");
+    EXPECT_EQ(parser.Value(), "v");
+}
+
+TEST_F(BlockParserTest, BlankFilesEndAtOnceAndEndFileRepeats) {
+    const struct {
+        const char* text;
+        int32_t lines;
+    } cases[] = {{"", 0}, {"\r\n", 1}, {"  \t \r\n; comment\r\n\r\n", 3}, {"; no line end at the end", 1}};
+    for (const auto& c : cases) {
+        auto& parser = Open(c.text);
+        EXPECT_EQ(parser.GetToken(), BlockParser::TokenEndFile) << c.text;
+        EXPECT_EQ(parser.GetToken(), BlockParser::TokenEndFile) << c.text;
+        EXPECT_EQ(parser.CurrentLine(), c.lines) << c.text;
+    }
+}
+
+TEST_F(BlockParserTest, UnknownLineRaisesTheLineErrorAndParsingGoesOn) {
+    auto& parser = Open("BLOCK A\nEnd Block\nEND;\nEND\n");
+    EXPECT_EQ(parser.GetToken(), BlockParser::TokenStartBlock);
+    const Error error = RaisedBy([&] { parser.GetToken(); });
+    EXPECT_EQ(error.Number(), 5000);
+    EXPECT_EQ(error.Source(), "BlockParse.GetToken");
+    EXPECT_EQ(error.Description(), FormatResString(31045, {2}));
+    EXPECT_NE(error.Description().find('2'), std::string::npos);
+    EXPECT_EQ(RaisedBy([&] { parser.GetToken(); }).Number(), 5000);  // "END;" is no end line
+    EXPECT_EQ(parser.GetToken(), BlockParser::TokenEndBlock);
+    EXPECT_EQ(parser.CurrentLine(), 4);
+}
+
+TEST_F(BlockParserTest, OpeningRefusesTheModeFlagAndReportsMissingFiles) {
+    const Error refused = RaisedBy([&] { parser_.OpenFile(path_, true); });
+    EXPECT_EQ(refused.Number(), 5000);
+    EXPECT_EQ(refused.Source(), "BlockParser.Open");
+    EXPECT_EQ(refused.Description(), "Not implemented at this time");
+    const Error missing = RaisedBy([&] { parser_.OpenFile(dir_.File("missing.pdz"), false); });
+    EXPECT_EQ(missing.Number(), 53);
+    EXPECT_NE(missing.Description().find("missing.pdz"), std::string::npos);
+    EXPECT_NE(RaisedBy([&] { parser_.OpenFile(dir_.Path(), false); }).Number(), 0);
+}
+
+TEST_F(BlockParserTest, ReopeningStartsOverAndClosingTwiceIsHarmless) {
+    auto& parser = Open("A=1\nB=2\n");
+    parser.GetToken();
+    test::WriteFile(dir_.File("other.pdz"), "C=3\n");
+    parser.OpenFile(dir_.File("other.pdz"), false);
+    EXPECT_EQ(parser.CurrentLine(), 0);
+    EXPECT_EQ(parser.GetToken(), BlockParser::TokenKeyValue);
+    EXPECT_EQ(parser.Key(), "C");
+    parser.CloseFile();
+    parser.CloseFile();
+    EXPECT_EQ(parser.GetToken(), BlockParser::TokenEndFile);
+}
+
+TEST_F(BlockParserTest, ClassifiersWorkOnAnyString) {
+    BlockParser parser;
+    EXPECT_TRUE(parser.ParseBlock("block icon  First Icon"));
+    EXPECT_EQ(parser.BlockType(), "ICON");
+    EXPECT_EQ(parser.BlockName(), "First");
+    EXPECT_TRUE(parser.ParseBlock("BLOCK"));
+    EXPECT_EQ(parser.BlockType(), "");
+    EXPECT_EQ(parser.BlockName(), "");
+    EXPECT_FALSE(parser.ParseBlock("BLOCKS Icon"));
+    EXPECT_FALSE(parser.ParseBlock(""));
+    EXPECT_TRUE(parser.ParseEnd("eNd"));
+    EXPECT_FALSE(parser.ParseEnd("END SLIDE"));
+    EXPECT_FALSE(parser.ParseEnd(""));
+    EXPECT_FALSE(parser.ParseKeyValue(""));
+    EXPECT_FALSE(parser.ParseKeyValue("no equals"));
+    EXPECT_EQ(BlockParser::ExpandTabs("\ta\tb\t\tc"), " a b  c");
+}
+
+}  // namespace
+}  // namespace kvo

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "TestSupport.h"
+#include "model/BlockParser.h"
+#include "model/HostReport.h"
+#include "services/Error.h"
+#include "services/Prompt.h"
+
+namespace kvo::test {
+
+// Records every message the model shows, for the life of the object.
+class RecordingPrompt final : public Prompt {
+public:
+    struct Shown {
+        std::string text;
+        std::string title;
+        MessageKind kind;
+    };
+
+    RecordingPrompt() { SetCurrentPrompt(this); }
+    ~RecordingPrompt() override { SetCurrentPrompt(nullptr); }
+    RecordingPrompt(const RecordingPrompt&) = delete;
+    RecordingPrompt& operator=(const RecordingPrompt&) = delete;
+
+    void Message(const std::string& text, const std::string& title, MessageKind kind) override {
+        shown.push_back({text, title, kind});
+    }
+
+    std::vector<Shown> shown;
+};
+
+// A host report scripted by the test: cells by (column, row), and one member
+// that can be made to fail.
+class FakeHostReport final : public HostReport {
+public:
+    Variant S6A(int16_t n) override {
+        ++calls;
+        if (n == 0) return sequenceNumber;
+        return n == 2 ? angularDecimals : linearDecimals;
+    }
+    Variant S1D() override { return featureName; }
+    Variant s(int16_t column, int16_t row) override {
+        if (failingCell && *failingCell == std::make_pair(column, row))
+            throw Error(440, "Host", "Automation error");
+        const auto it = cells.find({column, row});
+        return it == cells.end() ? Variant() : it->second;
+    }
+    bool MmcTolerancing() override { return mmc; }
+    bool limittolerancing() override { return limits; }
+    Variant MmcBonus() override { return bonus; }
+
+    std::map<std::pair<int16_t, int16_t>, Variant> cells;
+    std::optional<std::pair<int16_t, int16_t>> failingCell;
+    Variant sequenceNumber = Variant(int32_t{12});
+    Variant featureName = Variant("BORE1");
+    Variant linearDecimals = Variant(int16_t{3});
+    Variant angularDecimals = Variant(int16_t{2});
+    Variant bonus = Variant(0.0);
+    bool mmc = false;
+    bool limits = false;
+    int calls = 0;
+};
+
+// A parser on a text written to a temporary file, positioned after its first
+// token (the BLOCK line a reader's caller consumes).
+class ParserOn {
+public:
+    explicit ParserOn(const std::string& text) {
+        WriteFile(path_, text);
+        parser.OpenFile(path_, false);
+        parser.GetToken();
+    }
+    BlockParser parser;
+
+private:
+    TempDir dir_;
+    std::string path_ = dir_.File("block.txt");
+};
+
+// Runs call and returns the error it raised (number 0 when none came).
+template <typename F>
+Error RaisedBy(F&& call) {
+    try {
+        call();
+    } catch (const Error& error) {
+        return error;
+    }
+    return Error(0, "", "no error raised");
+}
+
+}  // namespace kvo::test
