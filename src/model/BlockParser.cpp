@@ -45,9 +45,11 @@ void SplitWord(std::string_view text, std::string_view& word, std::string_view& 
 
 void AssignExpanded(std::string& target, std::string_view text, bool upper) {
     target.assign(text);
-    for (char& c : target) {
-        if (c == '\t') c = ' ';
-        else if (upper) c = ToUpperAscii(c);
+    if (upper) {
+        for (char& c : target) c = c == '\t' ? ' ' : ToUpperAscii(c);
+    } else if (target.find('\t') != std::string::npos) {
+        for (char& c : target)
+            if (c == '\t') c = ' ';
     }
 }
 
