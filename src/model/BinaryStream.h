@@ -1,10 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <fstream>
+#include <ostream>
 #include <string>
 #include <string_view>
 
+#include "DataFile.h"
 #include "Variant.h"
 
 namespace kvo {
@@ -25,7 +26,10 @@ public:
     // For writing: opens (without emptying) and writes the magic. For reading:
     // opens and checks the magic. Every failure is reported as false only.
     bool OpenFile(const std::string& fileName, bool forWrite);
-    void FileClose();
+    // Writes the magic onto a stream the caller owns, for saves that replace the
+    // file only once it is complete.
+    void OpenWriter(std::ostream& out, const std::string& fileName);
+    void FileClose() { file_.Close(); }
 
     bool GetBoolean();
     double GetDouble();
@@ -48,20 +52,10 @@ public:
     // More than 32767 bytes cannot be counted: error 6, nothing written.
     void WriteString(std::string_view value);
 
-    const std::string& FileName() const { return fileName_; }
+    const std::string& FileName() const { return file_.FileName(); }
 
 private:
-    void ReadBytes(char* data, std::size_t count, const char* source);
-    void WriteBytes(const char* data, std::size_t count, const char* source);
-    template <typename T>
-    T ReadLittleEndian(const char* source);
-    template <typename T>
-    void WriteLittleEndian(T value, const char* source);
-
-    std::fstream file_;
-    std::string fileName_;
-    bool writing_ = false;
-    bool reading_ = false;
+    DataFile file_;
 };
 
 }  // namespace kvo

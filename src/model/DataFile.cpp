@@ -1,0 +1,142 @@
+#include "DataFile.h"
+
+#include <array>
+#include <bit>
+#include <limits>
+
+#include "services/Error.h"
+
+namespace kvo {
+
+namespace {
+
+template <typename T>
+struct Bits;
+template <>
+struct Bits<int16_t> {
+    using type = uint16_t;
+};
+template <>
+struct Bits<int32_t> {
+    using type = uint32_t;
+};
+template <>
+struct Bits<float> {
+    using type = uint32_t;
+};
+template <>
+struct Bits<double> {
+    using type = uint64_t;
+};
+
+}  // namespace
+
+bool DataFile::OpenRead(const std::string& fileName) {
+    Close();
+    fileName_ = fileName;
+    file_.open(fileName, std::ios::binary | std::ios::in);
+    if (!file_) return false;
+    in_ = &file_;
+    return true;
+}
+
+bool DataFile::OpenWrite(const std::string& fileName) {
+    Close();
+    fileName_ = fileName;
+    { std::ofstream create(fileName, std::ios::binary | std::ios::app); }
+    file_.open(fileName, std::ios::binary | std::ios::in | std::ios::out);
+    if (!file_) return false;
+    out_ = &file_;
+    return true;
+}
+
+void DataFile::AttachWriter(std::ostream& out, const std::string& fileName) {
+    Close();
+    fileName_ = fileName;
+    out_ = &out;
+}
+
+void DataFile::Close() {
+    if (file_.is_open()) file_.close();
+    file_.clear();
+    in_ = nullptr;
+    out_ = nullptr;
+}
+
+uint64_t DataFile::Remaining() {
+    if (in_ == nullptr) return 0;
+    const auto here = in_->tellg();
+    in_->seekg(0, std::ios::end);
+    const auto end = in_->tellg();
+    in_->seekg(here);
+    return (here < 0 || end < here) ? 0 : static_cast<uint64_t>(end - here);
+}
+
+void DataFile::ReadBytes(char* data, std::size_t count, const char* source) {
+    if (in_ == nullptr) throw Error(ErrorNumber::InvalidCall, source, "\"" + fileName_ + "\" is not open for reading");
+    const auto offset = in_->tellg();
+    in_->read(data, static_cast<std::streamsize>(count));
+    if (in_->gcount() != static_cast<std::streamsize>(count))
+        throw Error(ErrorNumber::InputPastEnd, source,
+                    "Input past end of file: \"" + fileName_ + "\" ends inside the item at byte " +
+                        std::to_string(static_cast<long long>(offset)));
+}
+
+void DataFile::WriteBytes(const char* data, std::size_t count, const char* source) {
+    if (out_ == nullptr) throw Error(ErrorNumber::InvalidCall, source, "\"" + fileName_ + "\" is not open for writing");
+    out_->write(data, static_cast<std::streamsize>(count));
+    if (!*out_) throw Error(ErrorNumber::FileAccess, source, "Cannot write \"" + fileName_ + "\" (is the disk full?)");
+}
+
+template <typename T>
+T DataFile::Read(const char* source) {
+    using U = typename Bits<T>::type;
+    std::array<unsigned char, sizeof(U)> bytes{};
+    ReadBytes(reinterpret_cast<char*>(bytes.data()), bytes.size(), source);
+    U value = 0;
+    for (std::size_t i = sizeof(U); i-- > 0;) value = static_cast<U>((value << 8) | bytes[i]);
+    return std::bit_cast<T>(value);
+}
+
+template <typename T>
+void DataFile::Write(T value, const char* source) {
+    using U = typename Bits<T>::type;
+    auto bits = std::bit_cast<U>(value);
+    std::array<char, sizeof(U)> bytes{};
+    for (auto& byte : bytes) {
+        byte = static_cast<char>(bits & 0xFF);
+        bits = static_cast<U>(bits >> 8);
+    }
+    WriteBytes(bytes.data(), bytes.size(), source);
+}
+
+int16_t DataFile::ReadInteger(const char* source) { return Read<int16_t>(source); }
+int32_t DataFile::ReadLong(const char* source) { return Read<int32_t>(source); }
+float DataFile::ReadSingle(const char* source) { return Read<float>(source); }
+double DataFile::ReadDouble(const char* source) { return Read<double>(source); }
+void DataFile::WriteInteger(int16_t value, const char* source) { Write(value, source); }
+void DataFile::WriteLong(int32_t value, const char* source) { Write(value, source); }
+void DataFile::WriteSingle(float value, const char* source) { Write(value, source); }
+void DataFile::WriteDouble(double value, const char* source) { Write(value, source); }
+
+std::string DataFile::ReadString(const char* source) {
+    const int16_t count = ReadInteger(source);
+    if (count <= 0) return {};
+    std::string text(static_cast<std::size_t>(count), '\0');
+    ReadBytes(text.data(), text.size(), source);
+    return text;
+}
+
+void DataFile::CheckStringLength(std::string_view value, const char* source) {
+    if (value.size() > static_cast<std::size_t>(std::numeric_limits<int16_t>::max()))
+        throw Error(ErrorNumber::Overflow, source,
+                    "Overflow: a text of " + std::to_string(value.size()) + " bytes is longer than 32767");
+}
+
+void DataFile::WriteString(std::string_view value, const char* source) {
+    CheckStringLength(value, source);
+    WriteInteger(static_cast<int16_t>(value.size()), source);
+    WriteBytes(value.data(), value.size(), source);
+}
+
+}  // namespace kvo

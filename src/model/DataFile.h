@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <fstream>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+namespace kvo {
+
+// A file of little-endian items, read or written strictly in order: the common
+// ground of the binary slide show file and the export package. Reading past the
+// end raises error 62 and a failed write error 75, both naming the file.
+class DataFile {
+public:
+    bool OpenRead(const std::string& fileName);
+    // Opens for writing without emptying the file, creating it when missing.
+    bool OpenWrite(const std::string& fileName);
+    // Writes onto a stream owned by the caller (an atomic save's temporary file).
+    void AttachWriter(std::ostream& out, const std::string& fileName);
+    void Close();
+
+    bool IsReading() const { return in_ != nullptr; }
+    bool IsWriting() const { return out_ != nullptr; }
+    const std::string& FileName() const { return fileName_; }
+    // Bytes left to read; lengths read from the file are checked against it
+    // before anything is created or allocated.
+    uint64_t Remaining();
+
+    void ReadBytes(char* data, std::size_t count, const char* source);
+    void WriteBytes(const char* data, std::size_t count, const char* source);
+    int16_t ReadInteger(const char* source);
+    int32_t ReadLong(const char* source);
+    float ReadSingle(const char* source);
+    double ReadDouble(const char* source);
+    // A 16-bit count, then the bytes; a count of 0 or less is "".
+    std::string ReadString(const char* source);
+    void WriteInteger(int16_t value, const char* source);
+    void WriteLong(int32_t value, const char* source);
+    void WriteSingle(float value, const char* source);
+    void WriteDouble(double value, const char* source);
+    // More than 32767 bytes cannot be counted: error 6, nothing written.
+    void WriteString(std::string_view value, const char* source);
+
+    static void CheckStringLength(std::string_view value, const char* source);
+
+private:
+    template <typename T>
+    T Read(const char* source);
+    template <typename T>
+    void Write(T value, const char* source);
+
+    std::fstream file_;
+    std::string fileName_;
+    std::istream* in_ = nullptr;
+    std::ostream* out_ = nullptr;
+};
+
+}  // namespace kvo
