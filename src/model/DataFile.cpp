@@ -82,6 +82,12 @@ void DataFile::ReadBytes(char* data, std::size_t count, const char* source) {
                         std::to_string(static_cast<long long>(offset)));
 }
 
+void DataFile::Skip(uint64_t count, const char* source) {
+    if (count > Remaining())
+        throw Error(ErrorNumber::InputPastEnd, source, "Input past end of file: \"" + fileName_ + "\" is shorter than it says");
+    in_->seekg(static_cast<std::streamoff>(count), std::ios::cur);
+}
+
 void DataFile::WriteBytes(const char* data, std::size_t count, const char* source) {
     if (out_ == nullptr) throw Error(ErrorNumber::InvalidCall, source, "\"" + fileName_ + "\" is not open for writing");
     out_->write(data, static_cast<std::streamsize>(count));

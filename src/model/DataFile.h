@@ -29,6 +29,7 @@ public:
     uint64_t Remaining();
 
     void ReadBytes(char* data, std::size_t count, const char* source);
+    void Skip(uint64_t count, const char* source);
     void WriteBytes(const char* data, std::size_t count, const char* source);
     int16_t ReadInteger(const char* source);
     int32_t ReadLong(const char* source);

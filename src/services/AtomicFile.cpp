@@ -58,12 +58,14 @@ AtomicFile::AtomicFile(const std::string& target) : target_(ResolveLinks(target)
     const mode_t mode = stat(target_.c_str(), &existing) == 0 ? (existing.st_mode & 07777) : NewFileMode();
     fchmod(fd, mode);
     close(fd);
-    stream_.open(temporary_, std::ios::binary | std::ios::trunc);
-    if (!stream_) {
-        const int error = errno;
-        unlink(temporary_.c_str());
-        Fail("cannot open the temporary file", error);
+}
+
+std::ostream& AtomicFile::Stream() {
+    if (!stream_.is_open()) {
+        stream_.open(temporary_, std::ios::binary | std::ios::trunc);
+        if (!stream_) Fail("cannot open the temporary file", errno);
     }
+    return stream_;
 }
 
 AtomicFile::~AtomicFile() {
@@ -74,10 +76,12 @@ AtomicFile::~AtomicFile() {
 }
 
 void AtomicFile::Commit() {
-    stream_.flush();
-    const bool written = static_cast<bool>(stream_);
-    stream_.close();
-    if (!written || stream_.fail()) Fail("writing failed (is the disk full?)", errno);
+    if (stream_.is_open()) {
+        stream_.flush();
+        const bool written = static_cast<bool>(stream_);
+        stream_.close();
+        if (!written || stream_.fail()) Fail("writing failed (is the disk full?)", errno);
+    }
     if (!SyncPath(temporary_, O_RDONLY)) Fail("cannot flush it to disk", errno);
     if (rename(temporary_.c_str(), target_.c_str()) != 0) Fail("cannot replace it", errno);
     committed_ = true;

@@ -18,12 +18,15 @@ public:
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;
 
-    std::ostream& Stream() { return stream_; }
+    // Opened on first use: a writer that opens the temporary file by its path
+    // itself never calls it.
+    std::ostream& Stream();
     const std::string& TemporaryPath() const { return temporary_; }
     // The file that will be replaced: the target, or what it links to.
     const std::string& TargetPath() const { return target_; }
 
     // Flushes, syncs and renames over the target; raises error 75 on failure.
+    // Whatever was written to TemporaryPath() by any means is what lands.
     void Commit();
 
 private:

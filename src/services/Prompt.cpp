@@ -11,6 +11,7 @@ public:
     void Message(const std::string& text, const std::string& title, MessageKind) override {
         std::cerr << title << ": " << text << '\n';
     }
+    OverwriteAnswer AskOverwrite(const std::string&) override { return OverwriteAnswer::No; }
 };
 
 ConsolePrompt& Console() {

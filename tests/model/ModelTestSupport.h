@@ -31,8 +31,18 @@ public:
     void Message(const std::string& text, const std::string& title, MessageKind kind) override {
         shown.push_back({text, title, kind});
     }
+    // Answers in script order; No once the script runs out.
+    OverwriteAnswer AskOverwrite(const std::string& existingPath) override {
+        asked.push_back(existingPath);
+        if (answers.empty()) return OverwriteAnswer::No;
+        const OverwriteAnswer answer = answers.front();
+        answers.erase(answers.begin());
+        return answer;
+    }
 
     std::vector<Shown> shown;
+    std::vector<std::string> asked;
+    std::vector<OverwriteAnswer> answers;
 };
 
 // A host report scripted by the test: cells by (column, row), and one member

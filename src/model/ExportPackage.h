@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "FileDataCollection.h"
+
+namespace kvo {
+
+// The export and import commands, shared by the editor and kvotool.
+
+// What an export proposes: the show's path without a trailing ".pdz" or ".pdx"
+// (in any case), and ".exp".
+std::string DefaultPackagePath(const std::string& showPath);
+
+// Packs the show and every file it refers to. A missing file is reported
+// before the package is touched; the package is replaced only when complete.
+void ExportSlideShow(const std::string& showPath, const std::string& packagePath, const std::string& comment);
+
+// Unpacks the show to targetPath and its files to their recorded paths (asking
+// through the prompt before replacing one), points the show at where they
+// landed and saves it again in its format. Returns where each file went.
+FileDataCollection ImportSlideShow(const std::string& packagePath, const std::string& targetPath);
+
+struct PackageEntry {
+    std::string path;
+    int64_t bytes = 0;
+};
+
+struct PackageInfo {
+    std::string name;
+    std::string timestamp;
+    std::string comment;
+    int64_t showBytes = 0;
+    std::vector<PackageEntry> files;
+};
+
+// The header and the table of contents, without unpacking anything.
+PackageInfo ReadPackageInfo(const std::string& packagePath);
+
+}  // namespace kvo

@@ -1,0 +1,87 @@
+#include "FileDataCollection.h"
+
+#include <filesystem>
+#include <utility>
+
+#include "ExportFile.h"
+#include "services/Paths.h"
+#include "services/Prompt.h"
+#include "services/Text.h"
+
+namespace kvo {
+
+namespace {
+
+std::string CopyName(const std::string& folder, char separator, const std::string& fileName, int n) {
+    return folder + separator + "Copy(" + std::to_string(n) + ") of " + fileName;
+}
+
+}  // namespace
+
+const FileData* FileDataCollection::Find(std::string_view path) const {
+    for (const auto& file : files_)
+        if (EqualsNoCase(file.RecordedPath(), path)) return &file;
+    return nullptr;
+}
+
+FileData* FileDataCollection::Find(std::string_view path) {
+    return const_cast<FileData*>(std::as_const(*this).Find(path));
+}
+
+void FileDataCollection::Add(const std::string& path) {
+    if (Find(path) != nullptr) return;
+    FileData file;
+    file.SetRecordedPath(path);
+    files_.push_back(std::move(file));
+}
+
+std::string FileDataCollection::FindNewFileName(std::string_view path) const {
+    const FileData* file = Find(path);
+    return file == nullptr ? std::string() : file->NewPath();
+}
+
+void FileDataCollection::Export(ExportFile& package) const {
+    package.WriteLong(Count());
+    for (const auto& file : files_) {
+        package.WriteString(file.RecordedPath());
+        package.WriteFile(file.RecordedPath());
+    }
+}
+
+void FileDataCollection::Import(ExportFile& package) {
+    // The list keeps one entry at most from before, as it always has; the
+    // editor imports into a new list.
+    if (files_.size() > 1) files_.erase(files_.begin(), files_.end() - 1);
+    bool askAgain = true;
+    bool overwrite = false;
+    const int32_t count = package.ReadLong();
+    for (int32_t i = 0; i < count; ++i) {
+        const std::string recorded = package.ReadString();
+        const auto slash = recorded.find_last_of("\\/");
+        const std::string folder = slash == std::string::npos ? std::string() : recorded.substr(0, slash);
+        const char separator = slash == std::string::npos ? '/' : recorded[slash];
+        std::string target = recorded;
+        if (FileExists(target)) {
+            if (askAgain) {
+                switch (CurrentPrompt().AskOverwrite(target)) {
+                    case OverwriteAnswer::Yes: overwrite = true; askAgain = true; break;
+                    case OverwriteAnswer::YesToAll: overwrite = true; askAgain = false; break;
+                    case OverwriteAnswer::No: overwrite = false; askAgain = true; break;
+                    case OverwriteAnswer::NoToAll: overwrite = false; askAgain = false; break;
+                }
+            }
+            if (!overwrite) {
+                const std::string fileName = recorded.substr(slash == std::string::npos ? 0 : slash + 1);
+                for (int n = 1; n <= kMaxCopies; ++n) {
+                    target = CopyName(folder, separator, fileName, n);
+                    if (!FileExists(target)) break;
+                }
+            }
+        }
+        package.ReadFile(target);
+        Add(recorded);
+        Find(recorded)->SetNewPath(target);
+    }
+}
+
+}  // namespace kvo

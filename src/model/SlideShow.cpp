@@ -1,0 +1,235 @@
+#include "SlideShow.h"
+
+#include <algorithm>
+
+#include "BinaryStream.h"
+#include "BlockParser.h"
+#include "FileDataCollection.h"
+#include "services/AtomicFile.h"
+#include "services/Convert.h"
+#include "services/Error.h"
+#include "services/Language.h"
+#include "services/Paths.h"
+#include "services/Prompt.h"
+#include "services/StringIds.h"
+#include "services/Text.h"
+
+namespace kvo {
+
+namespace {
+
+constexpr const char* kLineEnd = "\r\n";
+
+// The version between the first and second "|" of a binary header; 0 when
+// there is none or it is no number.
+int32_t HeaderVersion(const std::string& header) {
+    const auto first = header.find('|');
+    if (first == std::string::npos) return 0;
+    const auto second = header.find('|', first + 1);
+    const std::string field = header.substr(first + 1, second == std::string::npos ? std::string::npos : second - first - 1);
+    try {
+        return ToLong(field);
+    } catch (const Error&) {
+        return 0;
+    }
+}
+
+// Adds the file, and the line where the line is not in the message already.
+Error Located(const Error& error, const BlockParser& parser) {
+    std::string where = parser.FileName();
+    if (error.Number() != ErrorNumber::LoadStructure && error.Number() != ErrorNumber::Parser)
+        where += ", line " + std::to_string(parser.CurrentLine());
+    return Error(error.Number(), error.Source(), where + ": " + error.Description());
+}
+
+}  // namespace
+
+bool SlideShow::Initialize() {
+    slides_.Initialize();
+    name_.clear();
+    helpFile_.clear();
+    helpTopic_ = 0;
+    customer_.clear();
+    description_.clear();
+    currentPosition_ = 0;
+    binary_ = false;
+    binaryHeader_.clear();
+    fileVersion_ = 0;
+    return true;
+}
+
+void SlideShow::LoadFromFile(const std::string& fileName) {
+    binary_ = false;
+    {
+        BinaryStream stream;
+        if (stream.OpenFile(fileName, false)) {
+            ReadBinaryRecord(stream);
+            slides_.AddFromBinary(stream, fileVersion_);
+            binary_ = true;
+            return;
+        }
+    }
+    BlockParser parser;
+    parser.OpenFile(fileName, false);
+    try {
+        ReadText(parser);
+    } catch (const Error& error) {
+        throw Located(error, parser);
+    }
+}
+
+void SlideShow::ReadText(BlockParser& parser) {
+    const std::string title = LoadResString(Str::SlideShowLoadTitle);
+    if (parser.GetToken() != BlockParser::TokenStartBlock)
+        throw Error(ErrorNumber::LoadStructure, title, FormatResString(Str::LoadNoBlock, {parser.CurrentLine()}));
+    if (parser.BlockType() != "SLIDESHOW")
+        throw Error(ErrorNumber::LoadStructure, title,
+                    FormatResString(Str::LoadUnexpectedBlock, {"BLOCK", parser.CurrentLine(), "SLIDESHOW", parser.BlockType()}));
+    for (;;) {
+        const int16_t token = parser.GetToken();
+        if (token == BlockParser::TokenEndBlock) break;
+        if (token == BlockParser::TokenKeyValue) {
+            HandleKey(parser.Key(), parser.Value());
+        } else if (token == BlockParser::TokenStartBlock) {
+            if (parser.BlockType() != "SLIDE")
+                throw Error(ErrorNumber::LoadStructure, title,
+                            FormatResString(Str::LoadUnexpectedBlock, {"BLOCK", parser.CurrentLine(), "SLIDE", parser.BlockType()}));
+            slides_.AddFromFile(parser);
+        } else {
+            // The outer block never closed: say so instead of waiting for an END that cannot come.
+            throw Error(ErrorNumber::LoadStructure, title,
+                        FormatResString(Str::LoadEndsInsideBlock, {"SlideShow", parser.CurrentLine()}));
+        }
+    }
+    if (parser.GetToken() != BlockParser::TokenEndFile)
+        throw Error(ErrorNumber::LoadStructure, title, FormatResString(Str::LoadTrailingText, {parser.CurrentLine()}));
+}
+
+void SlideShow::HandleKey(const std::string& key, const std::string& value) {
+    if (key == "NAME") name_ = value;
+    else if (key == "DESCRIPTION") description_ = value;
+    else if (key == "CUSTOMER") customer_ = value;
+    else if (key == "HELPFILE") helpFile_ = value;
+    else if (key == "HELPTOPIC") helpTopic_ = ToInteger(value);
+    else
+        CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"SlideShow", key}),
+                                LoadResString(Str::SlideShowLoadTitle), MessageKind::Information);
+}
+
+void SlideShow::ReadBinaryRecord(BinaryStream& stream) {
+    binaryHeader_ = stream.GetString();
+    fileVersion_ = 0;
+    if (binaryHeader_.rfind("###", 0) == 0) {
+        fileVersion_ = HeaderVersion(binaryHeader_);
+        name_ = stream.GetString();
+    }
+    if (fileVersion_ == 0) {
+        // An older file without a header: what was read is the name.
+        name_ = binaryHeader_;
+        binaryHeader_.clear();
+    }
+    description_ = stream.GetString();
+    customer_ = stream.GetString();
+    helpFile_ = stream.GetString();
+    helpTopic_ = stream.GetInteger();
+}
+
+void SlideShow::WriteText(std::ostream& out) const {
+    out << "BLOCK SlideShow" << kLineEnd;
+    out << "\tNAME=" << name_ << kLineEnd;
+    out << "\tDESCRIPTION=" << description_ << kLineEnd;
+    out << "\tCUSTOMER=" << customer_ << kLineEnd;
+    out << "\tHELPFILE=" << helpFile_ << kLineEnd;
+    out << "\tHELPTOPIC=" << helpTopic_ << kLineEnd;
+    for (const auto& slide : slides_) slide->SaveToFile(out);
+    out << "END" << kLineEnd;
+}
+
+void SlideShow::SaveToFile(const std::string& fileName) {
+    AtomicFile file(fileName);
+    WriteText(file.Stream());
+    file.Commit();
+    binary_ = false;
+}
+
+void SlideShow::SaveToBinary(const std::string& fileName) {
+    AtomicFile file(fileName);
+    {
+        BinaryStream stream;
+        stream.OpenWriter(file.Stream(), fileName);
+        stream.WriteString(kBinaryHeader);
+        stream.WriteString(name_);
+        stream.WriteString(description_);
+        stream.WriteString(customer_);
+        stream.WriteString(helpFile_);
+        stream.WriteInteger(helpTopic_);
+        slides_.SaveToBinary(stream);
+    }
+    file.Commit();
+    binary_ = true;
+}
+
+void SlideShow::MoveNext() {
+    if (currentPosition_ < slides_.Count()) ++currentPosition_;
+}
+
+void SlideShow::MovePrevious() {
+    if (currentPosition_ > 1) --currentPosition_;
+}
+
+void SlideShow::MoveNextOutOfTol() {
+    const int32_t count = slides_.Count();
+    if (currentPosition_ != count) {
+        for (int32_t i = currentPosition_ + 1; i <= count; ++i) {
+            if (slides_.IsOutOfTolerance(i)) {
+                currentPosition_ = static_cast<int16_t>(i);
+                return;
+            }
+        }
+    }
+    if (currentPosition_ == 1) return;
+    for (int32_t i = 1; i < currentPosition_; ++i) {
+        if (slides_.IsOutOfTolerance(i)) {
+            currentPosition_ = static_cast<int16_t>(i);
+            return;
+        }
+    }
+}
+
+int16_t SlideShow::ActiveHelpTopic() const {
+    if (currentPosition_ >= 1 && currentPosition_ <= slides_.Count() && ActiveSlide().HelpTopic() >= 1)
+        return ActiveSlide().HelpTopic();
+    return helpTopic_ >= 1 ? helpTopic_ : kFallbackHelpTopic;
+}
+
+void SlideShow::UpdateReport(HostReport& host, std::span<const int16_t> rowFlags, std::span<const int16_t> columnFlags) {
+    for (const auto& slide : slides_) slide->UpdateReport(host, rowFlags, columnFlags);
+}
+
+void SlideShow::BuildFileList(FileDataCollection& files) const {
+    if (!helpFile_.empty()) {
+        if (!FileExists(helpFile_)) throw Error(ErrorNumber::FileNotFound, "SlideShow", "File not found '" + helpFile_ + "'.");
+        files.Add(helpFile_);
+    }
+    for (const auto& slide : slides_) slide->BuildFileList(files);
+}
+
+void SlideShow::UpdateFileList(const FileDataCollection& files) {
+    if (!helpFile_.empty()) helpFile_ = files.FindNewFileName(helpFile_);
+    for (const auto& slide : slides_) slide->UpdateFileList(files);
+}
+
+void SlideShow::InitializeSampleSet(int16_t sampleSize) {
+    for (const auto& slide : slides_) slide->InitializeSampleSet(sampleSize);
+}
+
+void SlideShow::CollectSampleSet(SlideShow& other, std::string_view logName) const {
+    const int32_t count = std::min(slides_.Count(), other.slides_.Count());
+    for (int32_t i = 1; i <= count; ++i) slides_.Item(i).CollectSampleSet(other.slides_.Item(i), logName);
+}
+
+void SlideShow::CalculateAverage() {
+    for (const auto& slide : slides_) slide->CalculateAverage();
+}
+
+}  // namespace kvo
