@@ -1,0 +1,207 @@
+#include "model/ExportFile.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "ModelTestSupport.h"
+#include "model/ExportPackage.h"
+#include "model/FileDataCollection.h"
+#include "model/SlideShow.h"
+#include "services/Language.h"
+#include "services/StringIds.h"
+
+namespace kvo {
+namespace {
+
+using test::RaisedBy;
+
+std::string Long(int32_t value) {
+    std::string bytes(4, '\0');
+    for (int i = 0; i < 4; ++i) bytes[static_cast<std::size_t>(i)] = static_cast<char>((value >> (8 * i)) & 0xFF);
+    return bytes;
+}
+
+std::string String(const std::string& text) { return std::string{static_cast<char>(text.size() & 0xFF), static_cast<char>(text.size() >> 8)} + text; }
+
+class ExportTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        SetLanguage(1033);
+        InitResources();
+    }
+
+    // A show in dir/shows that refers to two pictures in dir/pictures.
+    std::string MakeShow() {
+        test::WriteFile(Picture("front.bmp"), std::string(16385, 'F'));
+        test::WriteFile(Picture("top.bmp"), std::string(16384, 'T'));
+        SlideShow show;
+        show.SetName("Housing");
+        show.Slides().Add().SetPictureFile(Picture("front.bmp"));
+        show.Slides().Add().SetPictureFile(Picture("top.bmp"));
+        show.Slides().Add().SetPictureFile(Picture("front.bmp"));  // twice in the show, once in the package
+        const std::string path = dir_.File("shows/Line1.pdz");
+        std::filesystem::create_directories(dir_.File("shows"));
+        show.SaveToFile(path);
+        return path;
+    }
+    std::string Picture(const std::string& name) const { return dir_.File("pictures/" + name); }
+
+    test::TempDir dir_;
+    std::string package_ = dir_.File("Line1.exp");
+};
+
+TEST_F(ExportTest, PackageLayoutWithChunkBoundaries) {
+    test::WriteFile(dir_.File("empty.bin"), "");
+    test::WriteFile(dir_.File("exact.bin"), std::string(16384, 'a'));
+    test::WriteFile(dir_.File("plus1.bin"), std::string(16385, 'b'));
+    {
+        ExportFile package;
+        package.OpenForWrite(package_, "C:\\Shows\\Line1.pdz", "for station 2");
+        EXPECT_FALSE(package.Timestamp().empty());
+        package.WriteFile(dir_.File("empty.bin"));
+        FileDataCollection files;
+        files.Add(dir_.File("exact.bin"));
+        files.Add(dir_.File("plus1.bin"));
+        files.Export(package);
+    }
+    const std::string bytes = test::ReadFile(package_);
+    ExportFile reader;
+    reader.OpenForRead(package_);
+    const std::string expected = "KVTEXPRT" + String("C:\\Shows\\Line1.pdz") + String(reader.Timestamp()) +
+                                 String("for station 2") + Long(0) + Long(2) + String(dir_.File("exact.bin")) +
+                                 Long(16384) + std::string(16384, 'a') + String(dir_.File("plus1.bin")) + Long(16385) +
+                                 std::string(16385, 'b');
+    EXPECT_EQ(bytes, expected);
+    EXPECT_EQ(reader.Name(), "C:\\Shows\\Line1.pdz");
+    EXPECT_EQ(reader.Comment(), "for station 2");
+    reader.ReadFile(dir_.File("out/empty.bin"));
+    EXPECT_EQ(test::ReadFile(dir_.File("out/empty.bin")), "");
+    EXPECT_EQ(reader.ReadLong(), 2);
+    EXPECT_EQ(reader.ReadString(), dir_.File("exact.bin"));
+    reader.ReadFile(dir_.File("out/exact.bin"));
+    EXPECT_EQ(test::ReadFile(dir_.File("out/exact.bin")), std::string(16384, 'a'));
+}
+
+TEST_F(ExportTest, PackageErrorsKeepTheirNumbersAndSources) {
+    ExportFile package;
+    const Error notOpen = RaisedBy([&] { package.WriteLong(1); });
+    EXPECT_EQ(notOpen.Number(), 1004);
+    EXPECT_EQ(notOpen.Source(), "Export.Write");
+    EXPECT_EQ(notOpen.Description(), LoadResString(Str::PackageNotOpenForWrite));
+    const Error notReading = RaisedBy([&] { package.ReadLong(); });
+    EXPECT_EQ(notReading.Number(), 1004);
+    EXPECT_EQ(notReading.Source(), "Export.Read");
+
+    package.OpenForWrite(package_, "n", "c");
+    const Error twice = RaisedBy([&] { package.OpenForWrite(package_, "n", "c"); });
+    EXPECT_EQ(twice.Number(), 1003);
+    EXPECT_EQ(twice.Source(), "OpenForWrite");
+    EXPECT_EQ(RaisedBy([&] { package.OpenForRead(package_); }).Source(), "Export.Read");
+    EXPECT_EQ(RaisedBy([&] { package.ReadString(); }).Number(), 1004);
+    package.FileClose();
+
+    test::WriteFile(dir_.File("show.pdz"), "BLOCK SlideShow\r\nEND\r\n");
+    ExportFile wrong;
+    const Error magic = RaisedBy([&] { wrong.OpenForRead(dir_.File("show.pdz")); });
+    EXPECT_EQ(magic.Number(), 1005);
+    EXPECT_EQ(magic.Source(), "Export.Read");
+    EXPECT_EQ(magic.Description(), FormatResString(Str::PackageBadMagic, {dir_.File("show.pdz")}));
+    test::WriteFile(dir_.File("short"), "KVT");
+    EXPECT_EQ(RaisedBy([&] { ExportFile().OpenForRead(dir_.File("short")); }).Number(), 1005);
+}
+
+TEST_F(ExportTest, FileListsIgnoreCaseAndDuplicates) {
+    FileDataCollection files;
+    files.Add("C:\\A\\pic.bmp");
+    files.Add("c:\\a\\PIC.BMP");
+    EXPECT_EQ(files.Count(), 1);
+    EXPECT_EQ(files.FindNewFileName("C:\\A\\PIC.bmp"), "");
+    EXPECT_EQ(files.FindNewFileName("C:\\B\\other.bmp"), "");
+    EXPECT_EQ(DefaultPackagePath("C:\\Shows\\Line1.pdz"), "C:\\Shows\\Line1.exp");
+    EXPECT_EQ(DefaultPackagePath("/srv/Line1.PDX"), "/srv/Line1.exp");
+    EXPECT_EQ(DefaultPackagePath("/srv/Line1.txt"), "/srv/Line1.txt.exp");
+    EXPECT_EQ(DefaultPackagePath("pdz"), "pdz.exp");
+}
+
+TEST_F(ExportTest, ExportAndImportMoveAShowWithItsPictures) {
+    const std::string show = MakeShow();
+    ExportSlideShow(show, package_, "to station 2");
+    const PackageInfo info = ReadPackageInfo(package_);
+    EXPECT_EQ(info.name, show);
+    EXPECT_EQ(info.comment, "to station 2");
+    ASSERT_EQ(info.files.size(), 2u);
+    EXPECT_EQ(info.files[0].path, Picture("front.bmp"));
+    EXPECT_EQ(info.files[0].bytes, 16385);
+
+    // On the other station the pictures are not there yet: they land where they were.
+    std::filesystem::remove_all(dir_.File("pictures"));
+    test::RecordingPrompt prompt;
+    const std::string target = dir_.File("station2/Line1.pdz");
+    const FileDataCollection landed = ImportSlideShow(package_, target);
+    EXPECT_TRUE(prompt.asked.empty());
+    EXPECT_EQ(test::ReadFile(Picture("front.bmp")), std::string(16385, 'F'));
+    EXPECT_EQ(landed.FindNewFileName(Picture("top.bmp")), Picture("top.bmp"));
+    SlideShow imported;
+    imported.LoadFromFile(target);
+    EXPECT_EQ(imported.Slides().Item(2).PictureFile(), Picture("top.bmp"));
+}
+
+TEST_F(ExportTest, ExistingFilesAreKeptOrReplacedAsTheUserAnswers) {
+    const std::string show = MakeShow();
+    ExportSlideShow(show, package_, "");
+    test::WriteFile(Picture("front.bmp"), "mine");
+    test::WriteFile(Picture("top.bmp"), "mine too");
+
+    test::RecordingPrompt prompt;
+    prompt.answers = {OverwriteAnswer::No, OverwriteAnswer::Yes};
+    const std::string target = dir_.File("station2/Line1.pdz");
+    const FileDataCollection landed = ImportSlideShow(package_, target);
+    EXPECT_EQ(prompt.asked, std::vector<std::string>({Picture("front.bmp"), Picture("top.bmp")}));
+    EXPECT_EQ(test::ReadFile(Picture("front.bmp")), "mine");
+    EXPECT_EQ(test::ReadFile(Picture("Copy(1) of front.bmp")), std::string(16385, 'F'));
+    EXPECT_EQ(landed.FindNewFileName(Picture("front.bmp")), Picture("Copy(1) of front.bmp"));
+    EXPECT_EQ(test::ReadFile(Picture("top.bmp")), std::string(16384, 'T'));
+    SlideShow imported;
+    imported.LoadFromFile(target);
+    EXPECT_EQ(imported.Slides().Item(1).PictureFile(), Picture("Copy(1) of front.bmp"));
+
+    prompt.asked.clear();
+    prompt.answers = {OverwriteAnswer::NoToAll};
+    ImportSlideShow(package_, target);
+    EXPECT_EQ(prompt.asked.size(), 1u);  // "to all" asks once
+    EXPECT_TRUE(std::filesystem::exists(Picture("Copy(2) of front.bmp")));
+    EXPECT_TRUE(std::filesystem::exists(Picture("Copy(1) of top.bmp")));
+
+    prompt.asked.clear();
+    prompt.answers = {OverwriteAnswer::YesToAll};
+    ImportSlideShow(package_, target);
+    EXPECT_EQ(prompt.asked.size(), 1u);
+    EXPECT_EQ(test::ReadFile(Picture("front.bmp")), std::string(16385, 'F'));
+    EXPECT_FALSE(std::filesystem::exists(Picture("Copy(3) of front.bmp")));
+}
+
+TEST_F(ExportTest, MissingPicturesStopTheExportBeforeThePackageIsTouched) {
+    const std::string show = MakeShow();
+    test::WriteFile(package_, "old package");
+    std::filesystem::remove(Picture("top.bmp"));
+    const Error error = RaisedBy([&] { ExportSlideShow(show, package_, ""); });
+    EXPECT_EQ(error.Number(), 53);
+    EXPECT_EQ(error.Description(), "File not found '" + Picture("top.bmp") + "'.");
+    EXPECT_EQ(test::ReadFile(package_), "old package");
+}
+
+TEST_F(ExportTest, DamagedPackagesFailBeforeWritingAnything) {
+    const std::string show = MakeShow();
+    ExportSlideShow(show, package_, "");
+    const std::string bytes = test::ReadFile(package_);
+    test::WriteFile(package_, bytes.substr(0, bytes.size() - 100));
+    std::filesystem::remove_all(dir_.File("pictures"));
+    const Error error = RaisedBy([&] { ImportSlideShow(package_, dir_.File("station2/Line1.pdz")); });
+    EXPECT_EQ(error.Number(), 62);
+    EXPECT_NE(error.Description().find(Picture("top.bmp")), std::string::npos) << error.Description();
+    EXPECT_FALSE(std::filesystem::exists(Picture("top.bmp")));
+}
+
+}  // namespace
+}  // namespace kvo
