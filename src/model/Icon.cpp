@@ -109,7 +109,7 @@ void Icon::LoadFromFile(BlockParser& parser) {
         else if (key == "FONTCOLOR") fontColor_ = ToLong(text);
         else if (key == "NAMECOLOR") nameColor_ = ToLong(text);
         else
-            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon", key}),
+            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon", key, parser.CurrentLine()}),
                                     LoadResString(Str::IconLoadTitle), MessageKind::Information);
     }
 }

@@ -60,7 +60,7 @@ void Slide::LoadFromFile(BlockParser& parser) {
         else if (key == "KEY") continue;  // written by an older layout; means nothing now
         else if (key == "HELPTOPIC") helpTopic_ = ToInteger(text);
         else
-            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Slide", key}),
+            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Slide", key, parser.CurrentLine()}),
                                     LoadResString(Str::SlideLoadTitle), MessageKind::Information);
     }
 }

@@ -89,7 +89,7 @@ void SlideShow::ReadText(BlockParser& parser) {
         const int16_t token = parser.GetToken();
         if (token == BlockParser::TokenEndBlock) break;
         if (token == BlockParser::TokenKeyValue) {
-            HandleKey(parser.Key(), parser.Value());
+            HandleKey(parser.Key(), parser.Value(), parser.CurrentLine());
         } else if (token == BlockParser::TokenStartBlock) {
             if (parser.BlockType() != "SLIDE")
                 throw Error(ErrorNumber::LoadStructure, title,
@@ -105,14 +105,14 @@ void SlideShow::ReadText(BlockParser& parser) {
         throw Error(ErrorNumber::LoadStructure, title, FormatResString(Str::LoadTrailingText, {parser.CurrentLine()}));
 }
 
-void SlideShow::HandleKey(const std::string& key, const std::string& value) {
+void SlideShow::HandleKey(const std::string& key, const std::string& value, int32_t line) {
     if (key == "NAME") name_ = value;
     else if (key == "DESCRIPTION") description_ = value;
     else if (key == "CUSTOMER") customer_ = value;
     else if (key == "HELPFILE") helpFile_ = value;
     else if (key == "HELPTOPIC") helpTopic_ = ToInteger(value);
     else
-        CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"SlideShow", key}),
+        CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"SlideShow", key, line}),
                                 LoadResString(Str::SlideShowLoadTitle), MessageKind::Information);
 }
 

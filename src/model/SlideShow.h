@@ -83,7 +83,7 @@ public:
 
 private:
     void ReadText(BlockParser& parser);
-    void HandleKey(const std::string& key, const std::string& value);
+    void HandleKey(const std::string& key, const std::string& value, int32_t line);
     void ReadBinaryRecord(BinaryStream& stream);
 
     SlideCollection slides_;

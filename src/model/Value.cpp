@@ -81,7 +81,7 @@ void Value::LoadFromFile(BlockParser& parser) {
         else if (key == "TOLERANCE") tolerance_ = ToInteger(text);
         else if (key == "ISLIMIT") isLimit_ = ToBoolean(text);
         else
-            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon Value", key}),
+            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon Value", key, parser.CurrentLine()}),
                                     LoadResString(Str::ValueLoadTitle), MessageKind::Information);
     }
 }

@@ -128,7 +128,7 @@ TEST_F(IconTest, TextReaderStoresSomeKeysAsTheyStandAndClampsTheOthers) {
     ASSERT_EQ(icon.Values().Count(), 2);
     EXPECT_EQ(icon.Values().Item(1).Row(), 9);
     ASSERT_EQ(prompt.shown.size(), 1u);
-    EXPECT_EQ(prompt.shown[0].text, FormatResString(Str::LoadUnknownKey, {"Icon", "WIDTH"}));
+    EXPECT_EQ(prompt.shown[0].text, FormatResString(Str::LoadUnknownKey, {"Icon", "WIDTH", 17}));
     EXPECT_EQ(prompt.shown[0].title, LoadResString(Str::IconLoadTitle));
 }
 

@@ -87,7 +87,7 @@ TEST_F(SlideShowTest, KeysInAnyCaseAndUnknownKeysReportedOnce) {
     EXPECT_EQ(show.Customer(), "C");
     EXPECT_EQ(show.HelpTopic(), 7);
     ASSERT_EQ(prompt.shown.size(), 1u);
-    EXPECT_EQ(prompt.shown[0].text, FormatResString(Str::LoadUnknownKey, {"SlideShow", "AUTHOR"}));
+    EXPECT_EQ(prompt.shown[0].text, FormatResString(Str::LoadUnknownKey, {"SlideShow", "AUTHOR", 4}));
     EXPECT_EQ(prompt.shown[0].title, LoadResString(Str::SlideShowLoadTitle));
 }
 

@@ -34,7 +34,7 @@ TEST_F(SlideTest, EmptyBlockGivesTheDefaultsAndOldKeysAreIgnored) {
     slide.GetPicturePosition(left, top, width, height);
     EXPECT_EQ(std::vector<int16_t>({left, top, width, height}), std::vector<int16_t>({10, 10, 80, 80}));
     ASSERT_EQ(prompt.shown.size(), 1u);
-    EXPECT_EQ(prompt.shown[0].text, FormatResString(Str::LoadUnknownKey, {"Slide", "COLOR"}));
+    EXPECT_EQ(prompt.shown[0].text, FormatResString(Str::LoadUnknownKey, {"Slide", "COLOR", 3}));
     EXPECT_EQ(prompt.shown[0].title, LoadResString(Str::SlideLoadTitle));
 }
 

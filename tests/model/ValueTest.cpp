@@ -293,7 +293,7 @@ TEST_F(ValueTest, TextBlockReadsKeysInAnyCaseAndReportsUnknownOnes) {
     EXPECT_EQ(value.Tolerance(), 2);
     EXPECT_TRUE(value.IsLimitTolerance());
     ASSERT_EQ(prompt.shown.size(), 1u);
-    EXPECT_EQ(prompt.shown[0].text, FormatResString(Str::LoadUnknownKey, {"Icon Value", "COLOUR"}));
+    EXPECT_EQ(prompt.shown[0].text, FormatResString(Str::LoadUnknownKey, {"Icon Value", "COLOUR", 11}));
     EXPECT_EQ(prompt.shown[0].title, LoadResString(Str::ValueLoadTitle));
     EXPECT_EQ(on.parser.GetToken(), BlockParser::TokenKeyValue);  // stopped right after its END
     EXPECT_EQ(on.parser.Key(), "NEXT");
