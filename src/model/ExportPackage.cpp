@@ -1,5 +1,7 @@
 #include "ExportPackage.h"
 
+#include <filesystem>
+
 #include "ExportFile.h"
 #include "SlideShow.h"
 #include "services/AtomicFile.h"
@@ -22,7 +24,9 @@ void ExportSlideShow(const std::string& showPath, const std::string& packagePath
     AtomicFile atomic(packagePath);
     {
         ExportFile package;
-        package.OpenForWrite(atomic.TemporaryPath(), showPath, comment);
+        // The package records the show's full path, however it was named here.
+        package.OpenForWrite(atomic.TemporaryPath(), std::filesystem::absolute(showPath).lexically_normal().string(),
+                             comment);
         package.WriteFile(showPath);
         files.Export(package);
     }

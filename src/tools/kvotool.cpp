@@ -1,53 +1,251 @@
-// kvotool: the editor's command-line companion.
+// kvotool: the editor's command-line companion, for people who prepare slide
+// shows in batches and for scripts.
+#include <unistd.h>
+
 #include <cstdlib>
 #include <iostream>
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "model/ExportPackage.h"
+#include "model/FileDataCollection.h"
+#include "model/SlideShow.h"
 #include "services/Convert.h"
 #include "services/Error.h"
 #include "services/Help.h"
 #include "services/Language.h"
+#include "services/Paths.h"
+#include "services/Prompt.h"
 #include "services/RegEntry.h"
 
 namespace {
 
-constexpr const char* kUsage =
-    "usage: kvotool <command> [arguments]\n"
-    "\n"
-    "  string [--lang LCID] ID [ARG...]   print text ID of the string tables, ARGs filled in\n"
-    "  settings get KEY VALUE             print a value of a settings key (below SOFTWARE\\Orlanvex)\n"
-    "  settings set KEY VALUE TEXT        write a value, creating the key if needed\n"
-    "  settings list KEY                  print every value of a settings key\n"
-    "  help-file [--lang LCID]            print the help file the editor would use\n"
-    "\n"
-    "The settings file is $ORLANVEX_REGISTRY, or /etc/orlanvex/registry.reg.\n";
+using Args = std::vector<std::string>;
 
-int Usage() {
-    std::cerr << kUsage;
+struct Command {
+    const char* usage;
+    const char* summary;
+    int (*run)(const Args&);
+};
+
+const std::map<std::string, Command>& Commands();
+
+struct UsageError {};
+
+int PrintUsage(std::ostream& out) {
+    out << "usage: kvotool <command> [arguments]   (kvotool <command> --help for one command)\n\n";
+    for (const auto& [name, command] : Commands()) out << "  " << command.usage << "\n      " << command.summary << "\n";
+    out << "\nThe settings file is $ORLANVEX_REGISTRY, or /etc/orlanvex/registry.reg.\n";
     return 2;
 }
 
-// Takes "--lang LCID" off the front of the arguments and sets that language.
-void TakeLanguage(std::vector<std::string>& args) {
-    int32_t lcid = kvo::kDefaultLanguageId;
-    if (args.size() >= 2 && args[0] == "--lang") {
-        lcid = kvo::ToLong(args[1]);
-        args.erase(args.begin(), args.begin() + 2);
+// Messages of the model go to standard error with the file they concern; the
+// overwrite question is asked on the terminal, or answered by --yes-all/--no-all.
+class ToolPrompt final : public kvo::Prompt {
+public:
+    void Message(const std::string& text, const std::string& title, kvo::MessageKind) override {
+        ++messages;
+        std::cerr << (file.empty() ? title : file) << ": " << text << '\n';
     }
-    kvo::SetLanguage(lcid);
+
+    kvo::OverwriteAnswer AskOverwrite(const std::string& existingPath) override {
+        if (fixedAnswer) return *fixedAnswer;
+        if (!isatty(STDIN_FILENO)) {
+            std::cerr << "kvotool: " << existingPath << " exists and is kept; the packed file is stored beside it"
+                      << " (no terminal to ask on: use --yes-all to replace)\n";
+            return kvo::OverwriteAnswer::NoToAll;
+        }
+        for (;;) {
+            std::cerr << existingPath << " exists. Replace it? [y]es, [Y]es to all, [n]o, [N]o to all: " << std::flush;
+            std::string answer;
+            if (!std::getline(std::cin, answer)) return kvo::OverwriteAnswer::NoToAll;
+            if (answer == "y" || answer == "yes") return kvo::OverwriteAnswer::Yes;
+            if (answer == "Y") return kvo::OverwriteAnswer::YesToAll;
+            if (answer == "n" || answer == "no") return kvo::OverwriteAnswer::No;
+            if (answer == "N") return kvo::OverwriteAnswer::NoToAll;
+        }
+    }
+
+    std::string file;
+    std::optional<kvo::OverwriteAnswer> fixedAnswer;
+    int messages = 0;
+};
+
+ToolPrompt& Prompts() {
+    static ToolPrompt prompt;
+    return prompt;
+}
+
+// Takes "--name VALUE" out of args; empty when absent.
+std::optional<std::string> TakeOption(Args& args, const std::string& name) {
+    for (auto it = args.begin(); it != args.end(); ++it) {
+        if (*it != name) continue;
+        if (it + 1 == args.end()) throw UsageError{};
+        std::string value = *(it + 1);
+        args.erase(it, it + 2);
+        return value;
+    }
+    return std::nullopt;
+}
+
+bool TakeFlag(Args& args, const std::string& name) {
+    for (auto it = args.begin(); it != args.end(); ++it) {
+        if (*it == name) {
+            args.erase(it);
+            return true;
+        }
+    }
+    return false;
+}
+
+void RequireCount(const Args& args, std::size_t count) {
+    if (args.size() != count) throw UsageError{};
+    for (const auto& arg : args)
+        if (arg.rfind("--", 0) == 0) throw UsageError{};
+}
+
+// "--lang LCID" selects the language of the texts; English otherwise.
+void TakeLanguage(Args& args) {
+    const auto lcid = TakeOption(args, "--lang");
+    kvo::SetLanguage(lcid ? kvo::ToLong(*lcid) : kvo::kDefaultLanguageId);
     kvo::InitResources();
 }
 
-int StringCommand(std::vector<std::string> args) {
+void LoadShow(kvo::SlideShow& show, const std::string& path) {
+    Prompts().file = path;
+    show.LoadFromFile(path);
+}
+
+int Info(const Args& given) {
+    Args args = given;
+    RequireCount(args, 1);
+    kvo::SlideShow show;
+    LoadShow(show, args[0]);
+    int icons = 0, cells = 0;
+    std::vector<std::string> files;
+    if (!show.HelpFile().empty()) files.push_back(show.HelpFile());
+    for (const auto& slide : show.Slides()) {
+        icons += slide->Icons().Count();
+        for (const auto& icon : slide->Icons()) cells += icon->Values().Count();
+        if (!slide->PictureFile().empty()) files.push_back(slide->PictureFile());
+    }
+    std::cout << "File:        " << args[0] << '\n';
+    if (show.Binary()) {
+        std::cout << "Format:      binary, version " << show.FileVersion();
+        if (!show.BinaryHeader().empty()) std::cout << " (header \"" << show.BinaryHeader() << "\")";
+        std::cout << '\n';
+    } else {
+        std::cout << "Format:      text\n";
+    }
+    std::cout << "Name:        " << show.Name() << '\n'
+              << "Customer:    " << show.Customer() << '\n'
+              << "Slides:      " << show.Slides().Count() << '\n'
+              << "Icons:       " << icons << '\n'
+              << "Value cells: " << cells << '\n'
+              << "Files:       " << (files.empty() ? "none" : "") << '\n';
+    for (const auto& file : files) std::cout << (kvo::FileExists(file) ? "  present  " : "  MISSING  ") << file << '\n';
+    return 0;
+}
+
+int Check(const Args& given) {
+    Args args = given;
+    RequireCount(args, 1);
+    kvo::SlideShow show;
+    LoadShow(show, args[0]);
+    int problems = Prompts().messages;
+    int slideNumber = 0;
+    for (const auto& slide : show.Slides()) {
+        ++slideNumber;
+        const std::string& picture = slide->PictureFile();
+        if (picture.empty()) continue;
+        if (!kvo::IsFullPath(picture)) {
+            std::cerr << args[0] << ": slide " << slideNumber << ": the picture \"" << picture << "\" is not a full path\n";
+            ++problems;
+        } else if (!kvo::FileExists(picture)) {
+            std::cerr << args[0] << ": slide " << slideNumber << ": the picture \"" << picture << "\" does not exist\n";
+            ++problems;
+        }
+    }
+    if (!show.HelpFile().empty() && !kvo::FileExists(show.HelpFile())) {
+        std::cerr << args[0] << ": the help file \"" << show.HelpFile() << "\" does not exist\n";
+        ++problems;
+    }
+    if (problems == 0) std::cout << args[0] << ": no problems\n";
+    return problems == 0 ? 0 : 1;
+}
+
+int Convert(const Args& given) {
+    Args args = given;
+    const auto to = TakeOption(args, "--to");
+    RequireCount(args, 2);
+    if (!to || (*to != "text" && *to != "binary")) throw UsageError{};
+    kvo::SlideShow show;
+    LoadShow(show, args[0]);
+    if (*to == "binary") show.SaveToBinary(args[1]);
+    else show.SaveToFile(args[1]);
+    return 0;
+}
+
+int Export(const Args& given) {
+    Args args = given;
+    const std::string comment = TakeOption(args, "--comment").value_or("");
+    if (args.size() == 1) args.push_back(kvo::DefaultPackagePath(args[0]));
+    RequireCount(args, 2);
+    Prompts().file = args[0];
+    kvo::ExportSlideShow(args[0], args[1], comment);
+    std::cout << "Exported " << args[0] << " to " << args[1] << '\n';
+    return 0;
+}
+
+int Import(const Args& given) {
+    Args args = given;
+    const bool yesAll = TakeFlag(args, "--yes-all");
+    const bool noAll = TakeFlag(args, "--no-all");
+    RequireCount(args, 2);
+    if (yesAll && noAll) throw UsageError{};
+    if (yesAll) Prompts().fixedAnswer = kvo::OverwriteAnswer::YesToAll;
+    if (noAll) Prompts().fixedAnswer = kvo::OverwriteAnswer::NoToAll;
+    if (kvo::FileExists(args[1]) && !yesAll) {
+        std::cerr << "kvotool: " << args[1] << " exists already; use --yes-all to replace it\n";
+        return 1;
+    }
+    Prompts().file = args[0];
+    const kvo::FileDataCollection files = kvo::ImportSlideShow(args[0], args[1]);
+    std::cout << "Imported " << args[1] << '\n';
+    for (int32_t i = 1; i <= files.Count(); ++i) {
+        const kvo::FileData& file = files.Item(i);
+        std::cout << "  " << file.NewPath();
+        if (file.NewPath() != file.RecordedPath()) std::cout << "  (recorded as " << file.RecordedPath() << ")";
+        std::cout << '\n';
+    }
+    return 0;
+}
+
+int PackageInfo(const Args& given) {
+    Args args = given;
+    RequireCount(args, 1);
+    const kvo::PackageInfo info = kvo::ReadPackageInfo(args[0]);
+    std::cout << "Package:     " << args[0] << '\n'
+              << "Slide show:  " << info.name << " (" << info.showBytes << " bytes)\n"
+              << "Exported on: " << info.timestamp << '\n'
+              << "Comment:     " << info.comment << '\n'
+              << "Files:       " << info.files.size() << '\n';
+    for (const auto& file : info.files) std::cout << "  " << file.path << " (" << file.bytes << " bytes)\n";
+    return 0;
+}
+
+int String(const Args& given) {
+    Args args = given;
     TakeLanguage(args);
-    if (args.empty() || args.size() > 1 + kvo::kMaxResArgs) return Usage();
+    if (args.empty() || args.size() > 1 + kvo::kMaxResArgs) throw UsageError{};
     const std::vector<kvo::ResArg> formatArgs(args.begin() + 1, args.end());
     std::cout << kvo::FormatText(kvo::LoadResString(kvo::ToLong(args[0])), formatArgs) << '\n';
     return 0;
 }
 
-int SettingsCommand(const std::vector<std::string>& args) {
+int Settings(const Args& args) {
     kvo::RegEntry entry;
     if (args.size() == 3 && args[0] == "get") {
         entry.OpenKey(args[1]);
@@ -59,14 +257,15 @@ int SettingsCommand(const std::vector<std::string>& args) {
         entry.OpenKey(args[1]);
         for (const auto& [name, text] : entry.QueryValues()) std::cout << (name.empty() ? "@" : name) << '=' << text << '\n';
     } else {
-        return Usage();
+        throw UsageError{};
     }
     return 0;
 }
 
-int HelpFileCommand(std::vector<std::string> args) {
+int HelpFile(const Args& given) {
+    Args args = given;
     TakeLanguage(args);
-    if (!args.empty()) return Usage();
+    RequireCount(args, 0);
     kvo::ChooseHelpFile(kvo::LanguageId(), "TV");
     if (kvo::HelpFile().empty()) {
         std::cerr << "kvotool: no help file found for " << kvo::LanguageCode() << '\n';
@@ -76,23 +275,51 @@ int HelpFileCommand(std::vector<std::string> args) {
     return 0;
 }
 
+const std::map<std::string, Command>& Commands() {
+    static const std::map<std::string, Command> commands = {
+        {"info", {"info SHOW", "format, header, counts of slides, icons and cells, and the files the show refers to", Info}},
+        {"check", {"check SHOW", "load the show and report every problem with file and line; exit status 1 if any", Check}},
+        {"convert", {"convert SHOW OUT --to text|binary", "write the show in the other format", Convert}},
+        {"export", {"export SHOW [PACKAGE] [--comment TEXT]", "pack the show and its pictures (default PACKAGE: SHOW with .exp)", Export}},
+        {"import", {"import PACKAGE TARGET [--yes-all | --no-all]", "unpack a package; asks before replacing a file", Import}},
+        {"package-info", {"package-info PACKAGE", "the header of a package and the files in it", PackageInfo}},
+        {"string", {"string [--lang LCID] ID [ARG...]", "a text of the string tables, with its arguments filled in", String}},
+        {"settings", {"settings get KEY VALUE | set KEY VALUE TEXT | list KEY", "read or write the settings store below SOFTWARE\\Orlanvex", Settings}},
+        {"help-file", {"help-file [--lang LCID]", "the help file the editor would use", HelpFile}},
+    };
+    return commands;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::vector<std::string> args(argv + 1, argv + argc);
-    if (args.empty() || args[0] == "--help" || args[0] == "-h") {
-        std::cout << kUsage;
-        return args.empty() ? 2 : 0;
+    Args args(argv + 1, argv + argc);
+    if (args.empty()) return PrintUsage(std::cerr);
+    if (args[0] == "--help" || args[0] == "-h") {
+        PrintUsage(std::cout);
+        return 0;
     }
-    const std::string command = args[0];
+    const auto found = Commands().find(args[0]);
+    if (found == Commands().end()) {
+        std::cerr << "kvotool: unknown command \"" << args[0] << "\"\n";
+        return PrintUsage(std::cerr);
+    }
+    const Command& command = found->second;
     args.erase(args.begin());
+    if (!args.empty() && (args[0] == "--help" || args[0] == "-h")) {
+        std::cout << "usage: kvotool " << command.usage << "\n  " << command.summary << '\n';
+        return 0;
+    }
+    kvo::SetLanguage(kvo::kDefaultLanguageId);
+    kvo::InitResources();
+    kvo::SetCurrentPrompt(&Prompts());
     try {
-        if (command == "string") return StringCommand(args);
-        if (command == "settings") return SettingsCommand(args);
-        if (command == "help-file") return HelpFileCommand(args);
+        return command.run(args);
+    } catch (const UsageError&) {
+        std::cerr << "usage: kvotool " << command.usage << '\n';
+        return 2;
     } catch (const kvo::Error& error) {
         std::cerr << "kvotool: " << error.Description() << " (" << error.Source() << ", error " << error.Number() << ")\n";
         return 1;
     }
-    return Usage();
 }

@@ -1,0 +1,98 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "TestSupport.h"
+#include "services/Paths.h"
+
+namespace kvo {
+namespace {
+
+// kvotool as a user runs it, on the example show the build draws.
+class KvotoolTest : public ::testing::Test {
+protected:
+    int Run(const std::string& arguments, std::string* output = nullptr) {
+        return test::RunCommand(JoinPath(ExecutableDirectory(), "kvotool") + " " + arguments + " 2>&1 </dev/null", output);
+    }
+    std::string Sample() const { return JoinPath(EditorDataDirectory(), "samples/GearHousing.pdz"); }
+
+    test::TempDir dir_;
+};
+
+TEST_F(KvotoolTest, InfoAndCheckOnTheExampleShow) {
+    std::string out;
+    ASSERT_EQ(Run("info " + Sample(), &out), 0) << out;
+    EXPECT_NE(out.find("Format:      text"), std::string::npos) << out;
+    EXPECT_NE(out.find("Slides:      3"), std::string::npos) << out;
+    EXPECT_NE(out.find("Value cells: 16"), std::string::npos) << out;
+    EXPECT_EQ(out.find("MISSING"), std::string::npos) << out;
+    EXPECT_EQ(Run("check " + Sample(), &out), 0) << out;
+}
+
+TEST_F(KvotoolTest, CheckReportsEveryProblemWithFileAndLine) {
+    const std::string show = dir_.File("bad.pdz");
+    test::WriteFile(show, "BLOCK SlideShow\r\n\tAUTHOR=me\r\n\tBLOCK Slide\r\n\t\tGRAPHIC=/nowhere/pic.bmp\r\n"
+                          "\t\tCOLOUR=1\r\n\tEND\r\nEND\r\n");
+    std::string out;
+    EXPECT_EQ(Run("check " + show, &out), 1);
+    EXPECT_NE(out.find(show + ": Line 2: the SlideShow block contains the unknown key \"AUTHOR\""), std::string::npos) << out;
+    EXPECT_NE(out.find("Line 5: the Slide block"), std::string::npos) << out;
+    EXPECT_NE(out.find("/nowhere/pic.bmp\" does not exist"), std::string::npos) << out;
+
+    test::WriteFile(show, "BLOCK SlideShow\r\n\tHELPTOPIC=abc\r\nEND\r\n");
+    EXPECT_EQ(Run("check " + show, &out), 1);
+    EXPECT_NE(out.find(show + ", line 2: Type mismatch"), std::string::npos) << out;
+}
+
+TEST_F(KvotoolTest, ConvertRoundTripsTheExampleByteForByte) {
+    const std::string binary = dir_.File("g.pdx");
+    const std::string text = dir_.File("g.pdz");
+    ASSERT_EQ(Run("convert " + Sample() + " " + binary + " --to binary"), 0);
+    ASSERT_EQ(Run("convert " + binary + " " + text + " --to text"), 0);
+    EXPECT_EQ(test::ReadFile(binary).substr(0, 7), "PDXFILE");
+    EXPECT_EQ(test::ReadFile(text), test::ReadFile(Sample()));
+}
+
+TEST_F(KvotoolTest, ExportAndImportThroughTheTool) {
+    // A copy of the example whose pictures are this test's own.
+    const std::string samples = JoinPath(EditorDataDirectory(), "samples");
+    const std::string pictures = dir_.File("pictures");
+    std::filesystem::create_directories(pictures);
+    for (const char* name : {"housing-front.bmp", "housing-top.bmp", "housing-section.bmp"})
+        std::filesystem::copy_file(JoinPath(samples, name), JoinPath(pictures, name));
+    std::string text = test::ReadFile(Sample());
+    for (std::size_t at; (at = text.find(samples + "/")) != std::string::npos;) text.replace(at, samples.size(), pictures);
+    const std::string show = dir_.File("shows/g.pdz");
+    test::WriteFile(show, text);
+    const std::string package = dir_.File("shows/g.exp");
+    std::string out;
+    ASSERT_EQ(Run("export " + show + " --comment 'for station 2'", &out), 0) << out;
+    ASSERT_EQ(Run("package-info " + package, &out), 0) << out;
+    EXPECT_NE(out.find("Comment:     for station 2"), std::string::npos) << out;
+    EXPECT_NE(out.find("Files:       3"), std::string::npos) << out;
+
+    std::filesystem::remove_all(pictures);
+    const std::string target = dir_.File("station2/g.pdz");
+    ASSERT_EQ(Run("import " + package + " " + target, &out), 0) << out;
+    EXPECT_TRUE(std::filesystem::exists(JoinPath(pictures, "housing-top.bmp")));
+    EXPECT_EQ(Run("import " + package + " " + target, &out), 1);  // the target exists now
+    EXPECT_NE(out.find("exists already"), std::string::npos) << out;
+    EXPECT_EQ(Run("check " + target, &out), 0) << out;
+}
+
+TEST_F(KvotoolTest, UsageErrorsExitWithTwo) {
+    std::string out;
+    EXPECT_EQ(Run("", &out), 2);
+    EXPECT_EQ(Run("frobnicate", &out), 2);
+    EXPECT_NE(out.find("unknown command"), std::string::npos);
+    EXPECT_EQ(Run("convert a b", &out), 2);
+    EXPECT_EQ(Run("convert a b --to pdf", &out), 2);
+    EXPECT_EQ(Run("import a b --yes-all --no-all", &out), 2);
+    EXPECT_EQ(Run("info --help", &out), 0);
+    EXPECT_NE(out.find("usage: kvotool info SHOW"), std::string::npos);
+    EXPECT_EQ(Run("info " + dir_.File("missing.pdz"), &out), 1);
+    EXPECT_NE(out.find("missing.pdz"), std::string::npos) << out;
+}
+
+}  // namespace
+}  // namespace kvo
