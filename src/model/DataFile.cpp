@@ -37,6 +37,7 @@ bool DataFile::OpenRead(const std::string& fileName) {
     file_.open(fileName, std::ios::binary | std::ios::in);
     if (!file_) return false;
     in_ = &file_;
+    readPosition_ = 0;
     return true;
 }
 
@@ -74,18 +75,19 @@ uint64_t DataFile::Remaining() {
 
 void DataFile::ReadBytes(char* data, std::size_t count, const char* source) {
     if (in_ == nullptr) throw Error(ErrorNumber::InvalidCall, source, "\"" + fileName_ + "\" is not open for reading");
-    const auto offset = in_->tellg();
     in_->read(data, static_cast<std::streamsize>(count));
     if (in_->gcount() != static_cast<std::streamsize>(count))
         throw Error(ErrorNumber::InputPastEnd, source,
                     "Input past end of file: \"" + fileName_ + "\" ends inside the item at byte " +
-                        std::to_string(static_cast<long long>(offset)));
+                        std::to_string(readPosition_));
+    readPosition_ += count;
 }
 
 void DataFile::Skip(uint64_t count, const char* source) {
     if (count > Remaining())
         throw Error(ErrorNumber::InputPastEnd, source, "Input past end of file: \"" + fileName_ + "\" is shorter than it says");
     in_->seekg(static_cast<std::streamoff>(count), std::ios::cur);
+    readPosition_ += count;
 }
 
 void DataFile::WriteBytes(const char* data, std::size_t count, const char* source) {

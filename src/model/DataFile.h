@@ -56,6 +56,7 @@ private:
     std::string fileName_;
     std::istream* in_ = nullptr;
     std::ostream* out_ = nullptr;
+    uint64_t readPosition_ = 0;  // kept by hand: asking the stream costs more than the read
 };
 
 }  // namespace kvo

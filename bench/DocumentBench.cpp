@@ -1,0 +1,150 @@
+// Whole documents: load and save of a large show in both formats, and export and
+// import of a package of 50 MB of pictures next to a plain copy of the same bytes.
+#include <benchmark/benchmark.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "model/ExportPackage.h"
+#include "model/SlideShow.h"
+#include "services/Language.h"
+#include "services/Prompt.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path& Folder() {
+    static const fs::path folder = [] {
+        const fs::path path = fs::temp_directory_path() / "kvo-bench-documents";
+        fs::remove_all(path);
+        fs::create_directories(path);
+        return path;
+    }();
+    return folder;
+}
+
+// 200 slides x 50 icons x 4 cells, saved once in each format.
+const std::string& LargeShow(bool binary) {
+    static const auto paths = [] {
+        kvo::SetLanguage(1033);
+        kvo::InitResources();
+        kvo::SlideShow show;
+        show.SetName("Benchmark");
+        for (int s = 0; s < 200; ++s) {
+            kvo::Slide& slide = show.Slides().Add();
+            slide.SetPictureFile("C:\\Pictures\\slide" + std::to_string(s) + ".bmp");
+            for (int i = 0; i < 50; ++i) {
+                kvo::Icon& icon = slide.Icons().Add();
+                if (i % 2 == 0) icon.SetSequenceNumber(s * 100 + i);
+                else icon.SetFeatureName("FEATURE_" + std::to_string(i));
+                icon.SetLeft(i * 20);
+                for (int c = 0; c < 4; ++c) {
+                    kvo::Value& cell = icon.Values().Add();
+                    cell.SetRow(static_cast<int16_t>(c + 1));
+                    cell.SetCurrentValue(kvo::Variant(0.0125 * c));
+                }
+            }
+        }
+        const std::string text = (Folder() / "large.pdz").string();
+        const std::string bin = (Folder() / "large.pdx").string();
+        show.SaveToFile(text);
+        show.SaveToBinary(bin);
+        return std::pair{text, bin};
+    }();
+    return binary ? paths.second : paths.first;
+}
+
+void BM_LoadShow(benchmark::State& state) {
+    const std::string& path = LargeShow(state.range(0) != 0);
+    for (auto _ : state) {
+        kvo::SlideShow show;
+        show.LoadFromFile(path);
+        benchmark::DoNotOptimize(show.Slides().Count());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(fs::file_size(path)));
+    state.SetLabel(state.range(0) != 0 ? "binary" : "text");
+}
+BENCHMARK(BM_LoadShow)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+void BM_SaveShow(benchmark::State& state) {
+    const bool binary = state.range(0) != 0;
+    kvo::SlideShow show;
+    show.LoadFromFile(LargeShow(binary));
+    const std::string out = (Folder() / (binary ? "saved.pdx" : "saved.pdz")).string();
+    for (auto _ : state) {
+        if (binary) show.SaveToBinary(out);
+        else show.SaveToFile(out);
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(fs::file_size(out)));
+    state.SetLabel(binary ? "binary" : "text");
+}
+BENCHMARK(BM_SaveShow)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+constexpr int kPictures = 25;
+constexpr std::size_t kPictureBytes = 2 * 1024 * 1024;
+
+// 25 pictures of 2 MB and a show that refers to each.
+const std::string& PictureShow() {
+    static const std::string path = [] {
+        std::mt19937 random(42);
+        std::vector<char> bytes(kPictureBytes);
+        kvo::SlideShow show;
+        fs::create_directories(Folder() / "pictures");
+        for (int i = 0; i < kPictures; ++i) {
+            for (auto& b : bytes) b = static_cast<char>(random());
+            const fs::path picture = Folder() / "pictures" / ("picture" + std::to_string(i) + ".bmp");
+            std::ofstream(picture, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+            show.Slides().Add().SetPictureFile(picture.string());
+        }
+        const std::string showPath = (Folder() / "pictures.pdz").string();
+        show.SaveToFile(showPath);
+        return showPath;
+    }();
+    return path;
+}
+
+constexpr int64_t kPackageBytes = int64_t{kPictures} * static_cast<int64_t>(kPictureBytes);
+
+void BM_PlainCopyBaseline(benchmark::State& state) {
+    PictureShow();
+    fs::create_directories(Folder() / "copies");
+    for (auto _ : state) {
+        for (int i = 0; i < kPictures; ++i) {
+            const std::string name = "picture" + std::to_string(i) + ".bmp";
+            fs::copy_file(Folder() / "pictures" / name, Folder() / "copies" / name, fs::copy_options::overwrite_existing);
+        }
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * kPackageBytes);
+}
+BENCHMARK(BM_PlainCopyBaseline)->Unit(benchmark::kMillisecond);
+
+void BM_ExportPackage(benchmark::State& state) {
+    const std::string& show = PictureShow();
+    const std::string package = (Folder() / "pictures.exp").string();
+    for (auto _ : state) kvo::ExportSlideShow(show, package, "benchmark");
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * kPackageBytes);
+}
+BENCHMARK(BM_ExportPackage)->Unit(benchmark::kMillisecond);
+
+class ReplaceAll final : public kvo::Prompt {
+public:
+    void Message(const std::string&, const std::string&, kvo::MessageKind) override {}
+    kvo::OverwriteAnswer AskOverwrite(const std::string&) override { return kvo::OverwriteAnswer::YesToAll; }
+};
+
+void BM_ImportPackage(benchmark::State& state) {
+    const std::string package = (Folder() / "pictures.exp").string();
+    kvo::ExportSlideShow(PictureShow(), package, "benchmark");
+    ReplaceAll replaceAll;
+    kvo::SetCurrentPrompt(&replaceAll);
+    for (auto _ : state) kvo::ImportSlideShow(package, (Folder() / "imported.pdz").string());
+    kvo::SetCurrentPrompt(nullptr);
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * kPackageBytes);
+}
+BENCHMARK(BM_ImportPackage)->Unit(benchmark::kMillisecond);
+
+}  // namespace
