@@ -1,0 +1,157 @@
+#include "Picture.h"
+
+#include <QtCore/QBuffer>
+#include <QtGui/QImageReader>
+
+#include <filesystem>
+#include <fstream>
+#include <string_view>
+#include <map>
+#include <mutex>
+#include <tuple>
+
+#include "DecodedMetafile.h"
+#include "PictureHelper.h"
+#include "SvgDrawing.h"
+#include "helpers/PictureProtocol.h"
+#include "services/Error.h"
+#include "services/Paths.h"
+#include "services/Text.h"
+
+namespace kvo {
+
+namespace {
+
+constexpr int32_t kInvalidPicture = 481;
+
+[[noreturn]] void Invalid(const std::string& fileName, const std::string& why, const char* source) {
+    throw Error(kInvalidPicture, source, "The picture \"" + fileName + "\" " + why);
+}
+
+void RequireFile(const std::string& fileName, const char* source) {
+    if (!FileExists(fileName)) throw Error(ErrorNumber::FileNotFound, source, "File not found: \"" + fileName + "\"");
+}
+
+int32_t IntAt(const QByteArray& bytes, qsizetype at) {
+    uint32_t value = 0;
+    for (int i = 0; i < 4; ++i) value |= static_cast<uint32_t>(static_cast<unsigned char>(bytes[at + i])) << (8 * i);
+    return static_cast<int32_t>(value);
+}
+
+enum class MetafileFormat { Unknown, Wmf, Emf };
+
+MetafileFormat Sniff(const std::string& fileName) {
+    std::ifstream in(fileName, std::ios::binary);
+    char head[44] = {};
+    in.read(head, sizeof(head));
+    const auto got = in.gcount();
+    const auto byte = [&](int i) { return static_cast<unsigned char>(head[i]); };
+    if (got >= 44 && byte(0) == 1 && byte(1) == 0 && byte(2) == 0 && byte(3) == 0 && std::string_view(head + 40, 4) == " EMF")
+        return MetafileFormat::Emf;
+    if (got >= 4 && byte(0) == 0xD7 && byte(1) == 0xCD && byte(2) == 0xC6 && byte(3) == 0x9A) return MetafileFormat::Wmf;
+    if (got >= 4 && (byte(0) == 1 || byte(0) == 2) && byte(1) == 0 && byte(2) == 9 && byte(3) == 0) return MetafileFormat::Wmf;
+    return MetafileFormat::Unknown;
+}
+
+std::shared_ptr<const DecodedMetafile> Decode(const std::string& fileName) {
+    const MetafileFormat format = Sniff(fileName);
+    if (format == MetafileFormat::Unknown) Invalid(fileName, "is not a Windows metafile (WMF or EMF)", "Metafile.LoadFile");
+    const bool wmf = format == MetafileFormat::Wmf;
+    const QByteArray out = RunPictureHelper(wmf ? "kvo-wmf-helper" : "kvo-emf-helper", fileName);
+    const QByteArray tag(wmf ? PictureProtocol::kRecordedTag : PictureProtocol::kSvgTag);
+    const qsizetype header = tag.size() + (wmf ? 16 : 8);
+    if (!out.startsWith(tag) || out.size() < header) Invalid(fileName, "cannot be read: its reader answered nonsense", "Metafile.LoadFile");
+    auto decoded = std::make_shared<DecodedMetafile>();
+    decoded->naturalSize = QSize(IntAt(out, tag.size()), IntAt(out, tag.size() + 4));
+    if (decoded->naturalSize.isEmpty()) Invalid(fileName, "has no size", "Metafile.LoadFile");
+    if (wmf) {
+        decoded->recordedSize = QSize(IntAt(out, tag.size() + 8), IntAt(out, tag.size() + 12));
+        const QByteArray data = out.mid(header);
+        decoded->recording.setData(data.constData(), static_cast<uint>(data.size()));
+        if (decoded->recording.size() == 0 || decoded->recordedSize.isEmpty())
+            Invalid(fileName, "cannot be read: its reader answered nonsense", "Metafile.LoadFile");
+    } else {
+        try {
+            decoded->svg = std::make_shared<SvgDrawing>(out.mid(header));
+        } catch (const Error& error) {
+            Invalid(fileName, error.Description(), "Metafile.LoadFile");
+        }
+    }
+    return decoded;
+}
+
+// Decoded pictures by file and its state on disk: a repaint, or a slide shown
+// again, never starts a helper.
+std::shared_ptr<const DecodedMetafile> CachedDecode(const std::string& fileName) {
+    using Key = std::tuple<std::string, long long, std::uintmax_t>;
+    static std::mutex mutex;
+    static std::map<Key, std::shared_ptr<const DecodedMetafile>> cache;
+    std::error_code ec;
+    const auto written = std::filesystem::last_write_time(fileName, ec).time_since_epoch().count();
+    const auto size = std::filesystem::file_size(fileName, ec);
+    const Key key{fileName, static_cast<long long>(written), size};
+    {
+        std::lock_guard lock(mutex);
+        if (const auto it = cache.find(key); it != cache.end()) return it->second;
+    }
+    auto decoded = Decode(fileName);
+    std::lock_guard lock(mutex);
+    std::erase_if(cache, [&](const auto& entry) { return std::get<0>(entry.first) == fileName; });
+    cache.emplace(key, decoded);
+    return decoded;
+}
+
+}  // namespace
+
+void DecodedMetafile::Draw(QPainter& painter, const QRectF& target) const {
+    if (svg) {
+        svg->Draw(painter, target);
+        return;
+    }
+    painter.save();
+    painter.setClipRect(target, Qt::IntersectClip);
+    painter.translate(target.topLeft());
+    painter.scale(target.width() / recordedSize.width(), target.height() / recordedSize.height());
+    painter.drawPicture(0, 0, recording);
+    painter.restore();
+}
+
+PictureKind PictureKindForName(const std::string& fileName) {
+    const std::string upper = ToUpper(fileName);
+    // The extension may stand anywhere from the second character on, and the
+    // kinds are tried in this order.
+    const auto has = [&](const char* extension) {
+        const auto at = upper.find(extension);
+        return at != std::string::npos && at >= 1;
+    };
+    if (has(".WMF") || has(".EMF")) return PictureKind::Metafile;
+    if (has(".BMP")) return PictureKind::Bitmap;
+    return PictureKind::None;
+}
+
+void Metafile::LoadFile(const std::string& fileName) {
+    RequireFile(fileName, "Metafile.LoadFile");
+    decoded_ = CachedDecode(fileName);
+}
+
+int Metafile::Width() const { return decoded_ ? decoded_->naturalSize.width() : 0; }
+int Metafile::Height() const { return decoded_ ? decoded_->naturalSize.height() : 0; }
+
+void Metafile::Draw(QPainter& painter, int x, int y, int width, int height) const {
+    if (decoded_ && width > 0 && height > 0) decoded_->Draw(painter, QRectF(x, y, width, height));
+}
+
+void Bitmap::LoadFile(const std::string& fileName) {
+    RequireFile(fileName, "Bitmap.LoadFile");
+    QImageReader reader(QString::fromLocal8Bit(fileName.c_str()), "BMP");
+    reader.setAutoTransform(false);
+    QImage image = reader.read();
+    if (image.isNull()) Invalid(fileName, "is not a readable BMP file (" + reader.errorString().toStdString() + ")", "Bitmap.LoadFile");
+    image_ = std::move(image);
+}
+
+void Bitmap::Draw(QPainter& painter, int x, int y) const {
+    if (!image_.isNull()) painter.drawImage(QPoint(x, y), image_);
+}
+
+}  // namespace kvo

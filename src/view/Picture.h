@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QtCore/QRectF>
+#include <QtCore/QString>
+#include <QtGui/QPainter>
+
+#include <memory>
+#include <string>
+
+namespace kvo {
+
+// A background picture as the slide view uses it: loaded from a file, drawn at
+// a place and, for a metafile, a size; its natural size in pixels.
+class Picture {
+public:
+    virtual ~Picture() = default;
+    // Raises error 53 for a missing file and 481 for one that cannot be read,
+    // naming the file and what is wrong.
+    virtual void LoadFile(const std::string& fileName) = 0;
+    virtual int Width() const = 0;
+    virtual int Height() const = 0;
+};
+
+struct DecodedMetafile;
+
+// WMF and EMF pictures, decoded in a helper process and drawn at any size.
+class Metafile final : public Picture {
+public:
+    void LoadFile(const std::string& fileName) override;
+    int Width() const override;
+    int Height() const override;
+    void Draw(QPainter& painter, int x, int y, int width, int height) const;
+
+private:
+    std::shared_ptr<const DecodedMetafile> decoded_;
+};
+
+// BMP pictures, drawn at their natural size.
+class Bitmap final : public Picture {
+public:
+    void LoadFile(const std::string& fileName) override;
+    int Width() const override { return image_.width(); }
+    int Height() const override { return image_.height(); }
+    void Draw(QPainter& painter, int x, int y) const;
+
+private:
+    QImage image_;
+};
+
+// Which kind of picture a file name asks for: ".WMF", then ".EMF", then ".BMP",
+// found anywhere from the second character on, in any letter case.
+enum class PictureKind { None, Metafile, Bitmap };
+PictureKind PictureKindForName(const std::string& fileName);
+
+}  // namespace kvo

@@ -1,0 +1,56 @@
+#include "PictureHelper.h"
+
+#include <QtCore/QProcess>
+#include <QtCore/QProcessEnvironment>
+#include <QtCore/QString>
+
+#include <sys/resource.h>
+
+#include "services/Error.h"
+#include "services/Paths.h"
+
+namespace kvo {
+
+namespace {
+
+constexpr int32_t kInvalidPicture = 481;
+constexpr int kTimeLimitMs = 20000;
+constexpr rlim_t kCpuSeconds = 15;
+constexpr rlim_t kMemoryBytes = rlim_t{2} << 30;
+
+[[noreturn]] void Fail(const std::string& fileName, const std::string& why) {
+    throw Error(kInvalidPicture, "Metafile.LoadFile", "The picture \"" + fileName + "\" " + why);
+}
+
+}  // namespace
+
+QByteArray RunPictureHelper(const std::string& helperName, const std::string& fileName) {
+    const std::string helper = JoinPath(ExecutableDirectory(), helperName);
+    if (!FileExists(helper)) Fail(fileName, "cannot be read: " + helperName + " is not installed beside the program");
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("QT_QPA_PLATFORM", "offscreen");
+    process.setProcessEnvironment(environment);
+    process.setChildProcessModifier([] {
+        const rlimit cpu{kCpuSeconds, kCpuSeconds};
+        const rlimit memory{kMemoryBytes, kMemoryBytes};
+        setrlimit(RLIMIT_CPU, &cpu);
+        setrlimit(RLIMIT_AS, &memory);
+    });
+    process.start(QString::fromStdString(helper), {QString::fromLocal8Bit(fileName.c_str())});
+    if (!process.waitForStarted()) Fail(fileName, "cannot be read: " + helperName + " did not start");
+    if (!process.waitForFinished(kTimeLimitMs)) {
+        process.kill();
+        process.waitForFinished();
+        Fail(fileName, "took too long to read and was given up (is it damaged?)");
+    }
+    if (process.exitStatus() != QProcess::NormalExit)
+        Fail(fileName, "made the picture reader fail (it is damaged or not a picture)");
+    if (process.exitCode() != 0) {
+        const QString reason = QString::fromLocal8Bit(process.readAllStandardError()).trimmed();
+        Fail(fileName, reason.isEmpty() ? std::string("cannot be read") : reason.toStdString());
+    }
+    return process.readAllStandardOutput();
+}
+
+}  // namespace kvo

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+
+#include <string>
+
+namespace kvo {
+
+// Runs a picture helper (kvo-wmf-helper, kvo-emf-helper) on a file with a time
+// and a memory limit and returns what it wrote. A helper that fails, crashes or
+// runs out of time raises error 481 naming the file and what went wrong.
+QByteArray RunPictureHelper(const std::string& helperName, const std::string& fileName);
+
+}  // namespace kvo
