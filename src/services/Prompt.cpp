@@ -12,6 +12,9 @@ public:
         std::cerr << title << ": " << text << '\n';
     }
     OverwriteAnswer AskOverwrite(const std::string&) override { return OverwriteAnswer::No; }
+    std::optional<std::string> AskText(const std::string&, const std::string&, const std::string&) override {
+        return std::nullopt;  // nobody to ask: as if cancelled
+    }
 };
 
 ConsolePrompt& Console() {

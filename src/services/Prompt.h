@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace kvo {
@@ -19,6 +20,9 @@ public:
     virtual void Message(const std::string& text, const std::string& title, MessageKind kind) = 0;
     // Whether an existing file may be replaced by the one being imported.
     virtual OverwriteAnswer AskOverwrite(const std::string& existingPath) = 0;
+    // A line of text, preset with defaultText; empty when the user cancels.
+    virtual std::optional<std::string> AskText(const std::string& prompt, const std::string& title,
+                                               const std::string& defaultText) = 0;
 };
 
 // The program-wide prompt; without one installed, messages go to standard error

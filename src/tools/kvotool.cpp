@@ -2,6 +2,9 @@
 // shows in batches and for scripts.
 #include <unistd.h>
 
+#include <QtGui/QGuiApplication>
+#include <QtGui/QImage>
+
 #include <cstdlib>
 #include <iostream>
 #include <map>
@@ -12,6 +15,7 @@
 #include "model/ExportPackage.h"
 #include "model/FileDataCollection.h"
 #include "model/SlideShow.h"
+#include "view/OffscreenSurfaces.h"
 #include "services/Convert.h"
 #include "services/Error.h"
 #include "services/Help.h"
@@ -66,6 +70,10 @@ public:
             if (answer == "n" || answer == "no") return kvo::OverwriteAnswer::No;
             if (answer == "N") return kvo::OverwriteAnswer::NoToAll;
         }
+    }
+
+    std::optional<std::string> AskText(const std::string&, const std::string&, const std::string&) override {
+        return std::nullopt;
     }
 
     std::string file;
@@ -236,6 +244,47 @@ int PackageInfo(const Args& given) {
     return 0;
 }
 
+int Render(const Args& given) {
+    Args args = given;
+    const auto slideText = TakeOption(args, "--slide");
+    const auto sizeText = TakeOption(args, "--size");
+    const auto output = TakeOption(args, "-o");
+    RequireCount(args, 1);
+    if (!output) throw UsageError{};
+    const int32_t slideNumber = slideText ? kvo::ToLong(*slideText) : 1;
+    int width = 800, height = 600;
+    if (sizeText) {
+        const auto x = sizeText->find('x');
+        if (x == std::string::npos) throw UsageError{};
+        width = kvo::ToLong(sizeText->substr(0, x));
+        height = kvo::ToLong(sizeText->substr(x + 1));
+        if (width < 1 || height < 1 || width > 10000 || height > 10000) throw UsageError{};
+    }
+    // Fonts need a running application; no window is ever opened.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    static int argc = 1;
+    static char name[] = "kvotool";
+    static char* argv[] = {name, nullptr};
+    QGuiApplication application(argc, argv);
+    kvo::SlideShow show;
+    LoadShow(show, args[0]);
+    if (slideNumber < 1 || slideNumber > show.Slides().Count()) {
+        std::cerr << "kvotool: " << args[0] << " has no slide " << slideNumber << " (it has " << show.Slides().Count() << ")\n";
+        return 1;
+    }
+    const kvo::RenderedSlide rendered = kvo::RenderSlide(show.Slides().Item(slideNumber), width, height);
+    if (!rendered.image.save(QString::fromStdString(*output), "PNG")) {
+        std::cerr << "kvotool: cannot write " << *output << '\n';
+        return 1;
+    }
+    if (!rendered.pictureProblem.empty()) {
+        std::cerr << "kvotool: " << rendered.pictureProblem << '\n';
+        return 1;
+    }
+    return 0;
+}
+
 int String(const Args& given) {
     Args args = given;
     TakeLanguage(args);
@@ -283,6 +332,7 @@ const std::map<std::string, Command>& Commands() {
         {"export", {"export SHOW [PACKAGE] [--comment TEXT]", "pack the show and its pictures (default PACKAGE: SHOW with .exp)", Export}},
         {"import", {"import PACKAGE TARGET [--yes-all | --no-all]", "unpack a package; asks before replacing a file", Import}},
         {"package-info", {"package-info PACKAGE", "the header of a package and the files in it", PackageInfo}},
+        {"render", {"render SHOW -o OUT.png [--slide N] [--size WxH]", "draw one slide as the editor shows it (default: slide 1, 800x600)", Render}},
         {"string", {"string [--lang LCID] ID [ARG...]", "a text of the string tables, with its arguments filled in", String}},
         {"settings", {"settings get KEY VALUE | set KEY VALUE TEXT | list KEY", "read or write the settings store below SOFTWARE\\Orlanvex", Settings}},
         {"help-file", {"help-file [--lang LCID]", "the help file the editor would use", HelpFile}},

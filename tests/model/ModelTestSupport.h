@@ -40,7 +40,21 @@ public:
         return answer;
     }
 
+    // Answers in script order; a cancel once the script runs out.
+    std::optional<std::string> AskText(const std::string& prompt, const std::string& title,
+                                       const std::string& defaultText) override {
+        askedText.push_back({prompt, title, MessageKind::Question});
+        lastDefault = defaultText;
+        if (texts.empty()) return std::nullopt;
+        const std::optional<std::string> answer = texts.front();
+        texts.erase(texts.begin());
+        return answer;
+    }
+
     std::vector<Shown> shown;
+    std::vector<Shown> askedText;
+    std::string lastDefault;
+    std::vector<std::optional<std::string>> texts;
     std::vector<std::string> asked;
     std::vector<OverwriteAnswer> answers;
 };

@@ -1,0 +1,235 @@
+#include "IconView.h"
+
+#include <QtGui/QFontMetrics>
+
+#include <algorithm>
+#include <cmath>
+
+#include "Colors.h"
+#include "SlideView.h"
+#include "TypeImages.h"
+#include "model/Icon.h"
+#include "services/Convert.h"
+#include "services/Error.h"
+
+namespace kvo {
+
+namespace {
+
+constexpr int32_t kButtonFace = static_cast<int32_t>(0x8000000F);
+constexpr int32_t kButtonText = static_cast<int32_t>(0x80000012);
+constexpr int kFeedbackThickness = 4;
+constexpr int kCellPadding = 3;
+
+int32_t StateColor(const SlideView& view, int16_t state) {
+    switch (state) {
+        case 1: return view.ColorOK();
+        case 2: return view.ColorWarning();
+        case 3: return view.ColorError();
+        default: return view.ColorEmpty();
+    }
+}
+
+}  // namespace
+
+IconView::IconView(SlideView& slideView, kvo::Icon& icon, std::unique_ptr<IconSurface> surface)
+    : slideView_(slideView), icon_(icon), surface_(std::move(surface)) {
+    LayOut();
+    SetPosition(icon_.Left(), icon_.Top());
+    surface_->SetVisible(true);
+}
+
+void IconView::Terminate() {
+    try {
+        surface_->ReleaseCapture();
+        surface_->SetVisible(false);
+    } catch (...) {
+    }
+}
+
+void IconView::LayOut() {
+    Layout layout;
+    layout.font = QFont(QString::fromStdString(icon_.FontName()));
+    // Points to pixels at the host's resolution: twenty twips to a point.
+    layout.font.setPixelSize(std::max(1, static_cast<int>(std::lround(icon_.FontSize() * 20.0 / slideView_.TwipsPerPixelY()))));
+    layout.font.setBold(icon_.FontBold());
+    const QFontMetrics metrics(layout.font);
+    layout.nameHeight = metrics.height() + 2;
+    layout.cellHeight = std::max(metrics.height(), kTypeImageSize) + 2;
+    const int valueWidth = static_cast<int>(
+        std::ceil(metrics.horizontalAdvance(QString::fromLatin1(kSampleValue)) * icon_.DisplayDigits() / double(kSampleDigits)));
+    layout.cellWidth = kTypeImageSize + 2 * kCellPadding + valueWidth;
+    for (const auto& cell : icon_.Values()) {
+        if (std::find(layout.rows.begin(), layout.rows.end(), cell->Row()) == layout.rows.end()) layout.rows.push_back(cell->Row());
+        if (std::find(layout.columns.begin(), layout.columns.end(), cell->Column()) == layout.columns.end())
+            layout.columns.push_back(cell->Column());
+    }
+    std::sort(layout.columns.begin(), layout.columns.end());
+    const int nameWidth = metrics.horizontalAdvance(QString::fromStdString(icon_.Name())) + 2 * kCellPadding;
+    const int width = std::max(nameWidth, static_cast<int>(layout.columns.size()) * layout.cellWidth) + 2;
+    const int height = layout.nameHeight + static_cast<int>(layout.rows.size()) * layout.cellHeight + 2;
+    layout.size = QSize(width, height);
+    layout_ = std::move(layout);
+    surface_->Resize(RoundToLong(width * slideView_.TwipsPerPixelX()), RoundToLong(height * slideView_.TwipsPerPixelY()));
+}
+
+void IconView::PaintTagLine(QPainter& painter) {
+    if (!icon_.DrawLeader()) return;
+    slideView_.DrawTagLine(painter, *this, icon_.LeaderX(), icon_.LeaderY(), icon_.LeaderBendPoint(), icon_.IsLeaderVertical(),
+                           icon_.LeaderColor());
+}
+
+void IconView::Paint(QPainter& painter) {
+    if (paintedVersion_ != icon_.Version()) LayOut();  // a new name or new cells may need another size
+    const int w = layout_.size.width();
+    const int h = layout_.size.height();
+    painter.save();
+    painter.setFont(layout_.font);
+    FillRectangle(painter, kButtonFace, QRect(0, 0, w, h));
+    const QRect strip(1, 1, w - 2, layout_.nameHeight);
+    FillRectangle(painter, icon_.NameColor(), strip);
+    painter.setPen(ToQColor(kButtonText));
+    painter.drawText(strip.adjusted(kCellPadding, 0, -kCellPadding, 0), Qt::AlignLeft | Qt::AlignVCenter,
+                     QString::fromStdString(icon_.Name()));
+    for (const auto& cell : icon_.Values()) {
+        const auto row = std::find(layout_.rows.begin(), layout_.rows.end(), cell->Row()) - layout_.rows.begin();
+        const auto column = std::find(layout_.columns.begin(), layout_.columns.end(), cell->Column()) - layout_.columns.begin();
+        const QRect box(1 + static_cast<int>(column) * layout_.cellWidth,
+                        1 + layout_.nameHeight + static_cast<int>(row) * layout_.cellHeight, layout_.cellWidth, layout_.cellHeight);
+        FillRectangle(painter, StateColor(slideView_, cell->Tolerance()), box);
+        painter.setPen(QColor(160, 160, 160));
+        painter.drawRect(box.adjusted(0, 0, -1, -1));
+        const QImage symbol = slideView_.GetTypeImage(cell->GeometricSymbol(), cell->IsLimitTolerance(), cell->IsAverage());
+        if (!symbol.isNull())
+            painter.drawImage(QPoint(box.left() + kCellPadding, box.top() + (box.height() - symbol.height()) / 2), symbol);
+        painter.setPen(ToQColor(icon_.FontColor()));
+        painter.drawText(box.adjusted(kCellPadding + kTypeImageSize + kCellPadding, 0, -kCellPadding, 0),
+                         Qt::AlignRight | Qt::AlignVCenter, QString::fromStdString(cell->DisplayText()));
+    }
+    // Raised look: light on the top and left, black on the bottom and right.
+    painter.setPen(QColor(224, 224, 224));
+    painter.drawLine(0, 0, w - 1, 0);
+    painter.drawLine(0, 0, 0, h - 1);
+    painter.setPen(Qt::black);
+    painter.drawLine(0, h - 1, w - 1, h - 1);
+    painter.drawLine(w - 1, 0, w - 1, h - 1);
+    painter.restore();
+    paintedVersion_ = icon_.Version();
+}
+
+bool IconView::TagHitTest(int32_t x, int32_t y) const {
+    if (!icon_.DrawLeader()) return false;
+    const QPoint end = slideView_.ConvertPictureToHost(icon_.LeaderX(), icon_.LeaderY());
+    return std::abs(x - end.x()) <= kLeaderHitPixels * slideView_.TwipsPerPixelX() &&
+           std::abs(y - end.y()) <= kLeaderHitPixels * slideView_.TwipsPerPixelY();
+}
+
+std::vector<QRect> IconView::FrameFeedback(const QRect& box) const {
+    const int x = box.x(), y = box.y(), w = box.width(), h = box.height(), t = kFeedbackThickness;
+    return {QRect(x, y, t, h), QRect(x + t, y, w - 2 * t, t), QRect(x + w - t, y, t, h), QRect(x + t, y + h - t, w - 2 * t, t)};
+}
+
+std::vector<QRect> IconView::SquareFeedback(const QPoint& center) const { return {QRect(center.x() - 1, center.y() - 1, 3, 3)}; }
+
+void IconView::StartTagDrag(int32_t x, int32_t y) {
+    surface_->Capture();
+    grabX_ = x - surface_->Left();
+    grabY_ = y - surface_->Top();
+    leaderDrag_ = true;
+    iconDrag_ = false;
+    moved_ = false;
+    const QPoint end = slideView_.ConvertPictureToHost(icon_.LeaderX(), icon_.LeaderY());
+    slideView_.ShowFeedback(SquareFeedback(slideView_.ConvertHostToScreen(end.x(), end.y())));
+}
+
+void IconView::MouseDown(int button, int, int32_t x, int32_t y) {
+    if ((button & 2) != 0 || slideView_.Locked()) {
+        slideView_.SignalIcon(*this);
+        return;
+    }
+    surface_->Capture();
+    grabX_ = x;
+    grabY_ = y;
+    iconDrag_ = true;
+    leaderDrag_ = false;
+    moved_ = false;
+    slideView_.ShowFeedback(FrameFeedback(surface_->ScreenRect()));
+}
+
+void IconView::MouseMove(int, int, int32_t x, int32_t y) {
+    if (iconDrag_) {
+        if (x == grabX_ && y == grabY_ && !moved_) return;
+        const int dx = RoundToInteger((x - grabX_) / slideView_.TwipsPerPixelX());
+        const int dy = RoundToInteger((y - grabY_) / slideView_.TwipsPerPixelY());
+        moved_ = true;
+        slideView_.ShowFeedback(FrameFeedback(surface_->ScreenRect().translated(dx, dy)));
+    } else if (leaderDrag_) {
+        if (x == grabX_ && y == grabY_ && !moved_) return;
+        moved_ = true;
+        slideView_.ShowFeedback(SquareFeedback(slideView_.ConvertHostToScreen(surface_->Left() + x, surface_->Top() + y)));
+    }
+}
+
+void IconView::MouseUp(int, int, int32_t x, int32_t y) {
+    if (!iconDrag_ && !leaderDrag_) return;
+    const bool box = iconDrag_;
+    surface_->ReleaseCapture();
+    iconDrag_ = false;
+    leaderDrag_ = false;
+    slideView_.ShowFeedback({});
+    if (moved_ && box) {
+        int32_t left = surface_->Left() + (x - grabX_);
+        int32_t top = surface_->Top() + (y - grabY_);
+        if (left < 0) left = 0;
+        if (top < 0) top = 0;
+        // Kept on the host; a box wider than the host ends at a negative left.
+        if (left + surface_->Width() > slideView_.HostWidth()) left = slideView_.HostWidth() - surface_->Width();
+        if (top + surface_->Height() > slideView_.HostHeight()) top = slideView_.HostHeight() - surface_->Height();
+        surface_->Move(left, top);
+        const QPoint position = slideView_.ConvertHostToVirtualHost(left, top);
+        icon_.SetLeft(position.x());
+        icon_.SetTop(position.y());
+        slideView_.SignalFileChanged();
+    } else if (moved_) {
+        const QPoint end = slideView_.ConvertHostToPicture(surface_->Left() + x, surface_->Top() + y);
+        icon_.SetLeaderX(end.x());
+        icon_.SetLeaderY(end.y());
+        slideView_.SignalFileChanged();
+    }
+    moved_ = false;
+    if (icon_.DrawLeader()) slideView_.HostRefresh();
+}
+
+void IconView::SetPosition(int32_t x, int32_t y) {
+    const QPoint host = slideView_.ConvertVirtualHostToHost(x, y);
+    surface_->Move(host.x(), host.y());
+    if (x == icon_.Left() && y == icon_.Top()) return;
+    icon_.SetLeft(x);
+    icon_.SetTop(y);
+    slideView_.SignalFileChanged();
+}
+
+void IconView::Reposition() {
+    const QPoint host = slideView_.ConvertVirtualHostToHost(icon_.Left(), icon_.Top());
+    surface_->Move(host.x(), host.y());
+}
+
+void IconView::GetPosition(int32_t& x, int32_t& y) const {
+    x = icon_.Left();
+    y = icon_.Top();
+}
+
+void IconView::TestRepaint() {
+    if (paintedVersion_ != icon_.Version()) surface_->Refresh();
+}
+
+void IconView::UpdateProperties() {
+    LayOut();
+    surface_->Refresh();
+}
+
+void IconView::FillRectangle(QPainter& painter, int32_t color, const QRect& rectangle) {
+    painter.fillRect(rectangle, ToQColor(color));
+}
+
+}  // namespace kvo

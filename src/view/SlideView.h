@@ -1,0 +1,128 @@
+#pragma once
+
+#include <QtGui/QBrush>
+#include <QtGui/QImage>
+#include <QtGui/QPainter>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "IconViewCollection.h"
+#include "Surfaces.h"
+
+namespace kvo {
+
+class Bitmap;
+class Icon;
+class Metafile;
+class Slide;
+
+// Shows one slide on a host surface: the background picture in its rectangle,
+// the slide's name, the leaders, and one icon view per icon. Works in four
+// coordinate systems: host twips, thousandths of the host ("virtual host"),
+// thousandths of the picture rectangle, and screen pixels; every conversion
+// rounds half to even and raises error 6 on 32-bit overflow.
+class SlideView {
+public:
+    // Tolerance colours, 0x00BBGGRR.
+    static constexpr int32_t kColorOK = 0x00FF00;
+    static constexpr int32_t kColorWarning = 0x00FFFF;
+    static constexpr int32_t kColorError = 0x0000FF;
+    static constexpr int32_t kColorEmpty = 0xFFFF00;
+
+    SlideView(ViewOwner& owner, HostSurface& host);
+    ~SlideView();
+    SlideView(const SlideView&) = delete;
+    SlideView& operator=(const SlideView&) = delete;
+
+    // Drops every icon view and the picture.
+    void Release();
+
+    std::string BackgroundPicture() const;
+    void SetBackgroundPicture(const std::string& fileName);
+    void ReloadPicture();
+    void ClearPicture();
+    // Loads the slide's picture; raises the picture's own error when it cannot.
+    void LoadPicture();
+    void SetPicturePosition(int16_t left, int16_t top, int16_t width, int16_t height);
+    void GetPicturePosition(int16_t& left, int16_t& top, int16_t& width, int16_t& height) const;
+    QBrush DragBrush() const;
+    void DrawTagLine(QPainter& painter, const IconView& view, int32_t x, int32_t y, int16_t bend, bool vertical,
+                     int32_t color);
+
+    QPoint ConvertVirtualHostToHost(int32_t x, int32_t y) const;
+    QPoint ConvertHostToVirtualHost(int32_t x, int32_t y) const;
+    QPoint ConvertHostToPicture(int32_t x, int32_t y) const;
+    QPoint ConvertPictureToHost(int32_t x, int32_t y) const;
+    QPoint ConvertHostToScreen(int32_t x, int32_t y) const;
+    int32_t HostWidth() const { return host_.Width(); }
+    int32_t HostHeight() const { return host_.Height(); }
+    void HostRefresh() { host_.Refresh(); }
+    double TwipsPerPixelX() const { return host_.TwipsPerPixelX(); }
+    double TwipsPerPixelY() const { return host_.TwipsPerPixelY(); }
+    void ShowFeedback(const std::vector<QRect>& screenRects) { host_.ShowFeedback(screenRects); }
+
+    void ViewMouseDown(int16_t key, int button, int shift, int32_t x, int32_t y);
+    void ViewMouseMove(int16_t key, int button, int shift, int32_t x, int32_t y);
+    void ViewMouseUp(int16_t key, int button, int shift, int32_t x, int32_t y);
+    void ViewPaint(int16_t key, QPainter& painter);
+    void HostMouseDown(int button, int shift, int32_t x, int32_t y);
+    void HostMouseMove(int button, int shift, int32_t x, int32_t y);
+    // Picture, slide name and leaders, in host pixels. Never raises: a picture
+    // that cannot be read is replaced by a notice.
+    void HostPaint(QPainter& painter);
+    void HostResize();
+    void SizePicture();
+    void SetSlide(Slide* slide);
+    Slide* CurrentSlide() const { return slide_; }
+    void UpdateSlide();
+    // Asks for the slide's name; a cancelled question leaves the name empty.
+    void UpdateTitle();
+    QImage GetImage(int index) const;
+    QImage GetTypeImage(int16_t symbol, bool isLimit, bool isAverage) const;
+    int32_t ColorEmpty() const { return kColorEmpty; }
+    int32_t ColorOK() const { return kColorOK; }
+    int32_t ColorWarning() const { return kColorWarning; }
+    int32_t ColorError() const { return kColorError; }
+    bool Locked() const { return locked_; }
+    void SetLocked(bool locked) { locked_ = locked; }
+    void SetBackColor(int32_t color);
+    void TestRepaint();
+    void ForceRepaint();
+    void SignalIcon(IconView& view);
+    bool IsScaleable() const { return metafile_ != nullptr; }
+    double CurrentWidthRatio() const;
+    double CurrentHeightRatio() const;
+    // A new icon on the slide, a copy of the template when there is one.
+    IconView* AddIcon(const kvo::Icon* templateIcon);
+    void SignalFileChanged();
+
+    IconViewCollection& Views() { return views_; }
+    const IconViewCollection& Views() const { return views_; }
+    // The picture rectangle, host twips.
+    QRect PictureRect() const { return QRect(pictureLeft_, pictureTop_, pictureWidth_, pictureHeight_); }
+    // Why the picture is not shown; empty when it is, or when there is none.
+    const std::string& PictureProblem() const { return pictureProblem_; }
+
+private:
+    void RemoveViews();
+    QRect ToPixels(const QRect& twips) const;
+
+    ViewOwner& owner_;
+    HostSurface& host_;
+    IconViewCollection views_;
+    bool locked_ = false;
+    int32_t pictureWidth_ = 0;
+    int32_t pictureHeight_ = 0;
+    int32_t pictureLeft_ = 0;
+    int32_t pictureTop_ = 0;
+    bool reload_ = false;
+    std::unique_ptr<Metafile> metafile_;
+    std::unique_ptr<Bitmap> bitmap_;
+    std::string pictureProblem_;
+    Slide* slide_ = nullptr;
+};
+
+}  // namespace kvo
