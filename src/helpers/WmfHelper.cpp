@@ -579,8 +579,14 @@ int main(int argc, char** argv) {
     QGuiApplication app(argc, argv);
     QFile file(QString::fromLocal8Bit(argv[1]));
     if (!file.open(QIODevice::ReadOnly)) return Fail("cannot be opened: " + file.errorString().toStdString());
-    QByteArray bytes = PrepareForLibwmf(file.readAll());
-    if (bytes.size() < 18) return Fail("is too short to be a Windows metafile");
+    const QByteArray original = file.readAll();
+    if (original.size() < 18) return Fail("is too short to be a Windows metafile");
+    // The header says how long the file is; libwmf would draw a cut-off file half.
+    const qsizetype headerAt = U32At(original, 0) == 0x9AC6CDD7u ? 22 : 0;
+    // Some writers count the placeable header in as well: the whole file is the bound.
+    if (headerAt + 18 > original.size() || qsizetype{U32At(original, headerAt + 6)} * 2 > original.size())
+        return Fail("is truncated: it is shorter than its header says");
+    QByteArray bytes = PrepareForLibwmf(original);
 
     wmfAPI* api = nullptr;
     wmfAPI_Options options{};

@@ -1,6 +1,7 @@
 #include "Picture.h"
 
 #include <QtCore/QBuffer>
+#include <QtCore/QFile>
 #include <QtGui/QImageReader>
 
 #include <filesystem>
@@ -141,8 +142,72 @@ void Metafile::Draw(QPainter& painter, int x, int y, int width, int height) cons
     if (decoded_ && width > 0 && height > 0) decoded_->Draw(painter, QRectF(x, y, width, height));
 }
 
+// Qt draws what a cut-off BMP still holds and calls it a success; the header
+// says how long the file must be.
+bool IsTruncatedBmp(const std::string& fileName) {
+    std::ifstream in(fileName, std::ios::binary);
+    QByteArray head(54, '\0');
+    in.read(head.data(), head.size());
+    if (in.gcount() < 54 || head[0] != 'B' || head[1] != 'M') return false;
+    std::error_code ec;
+    const auto size = static_cast<int64_t>(std::filesystem::file_size(fileName, ec));
+    const int64_t declared = static_cast<uint32_t>(IntAt(head, 2));
+    if (declared > size) return true;
+    const int64_t offset = static_cast<uint32_t>(IntAt(head, 10));
+    const int64_t width = IntAt(head, 18), height = std::abs(static_cast<int64_t>(IntAt(head, 22)));
+    const int bits = static_cast<unsigned char>(head[28]) | (static_cast<unsigned char>(head[29]) << 8);
+    const int compression = IntAt(head, 30);
+    if (compression != 0 || width <= 0 || bits <= 0) return false;  // compressed sizes are not known in advance
+    const int64_t rowBytes = (width * bits + 31) / 32 * 4;
+    return offset + rowBytes * height > size;
+}
+
+// Qt draws run-length data that runs past the image as far as it fits; such a
+// file is damaged, and is reported. Returns what is wrong, or nothing.
+std::string CheckRunLengths(const QByteArray& file) {
+    if (file.size() < 54) return {};
+    const int compression = IntAt(file, 30);
+    if (compression != 1 && compression != 2) return {};
+    const bool rle4 = compression == 2;
+    const int64_t width = IntAt(file, 18), height = std::abs(static_cast<int64_t>(IntAt(file, 22)));
+    qsizetype at = static_cast<uint32_t>(IntAt(file, 10));
+    int64_t x = 0, y = 0;
+    const auto byte = [&](qsizetype i) { return static_cast<unsigned char>(file[i]); };
+    while (at + 1 < file.size()) {
+        const int count = byte(at), value = byte(at + 1);
+        at += 2;
+        if (count > 0) {
+            x += count;
+        } else if (value == 0) {
+            x = 0;
+            ++y;
+        } else if (value == 1) {
+            return {};
+        } else if (value == 2) {
+            if (at + 1 >= file.size()) break;
+            x += byte(at);
+            y += byte(at + 1);
+            at += 2;
+        } else {
+            const qsizetype bytes = rle4 ? (value + 1) / 2 : value;
+            at += (bytes + 1) / 2 * 2;
+            x += value;
+        }
+        if (x > width || y > height || (y == height && x > 0)) return "has run-length data that runs past the image";
+    }
+    return "has run-length data that ends before the image does";
+}
+
 void Bitmap::LoadFile(const std::string& fileName) {
     RequireFile(fileName, "Bitmap.LoadFile");
+    if (IsTruncatedBmp(fileName)) Invalid(fileName, "is truncated: it is shorter than its header says", "Bitmap.LoadFile");
+    {
+        QFile file(QString::fromLocal8Bit(fileName.c_str()));
+        if (file.open(QIODevice::ReadOnly)) {
+            const std::string problem = CheckRunLengths(file.readAll());
+            if (!problem.empty()) Invalid(fileName, problem, "Bitmap.LoadFile");
+        }
+    }
     QImageReader reader(QString::fromLocal8Bit(fileName.c_str()), "BMP");
     reader.setAutoTransform(false);
     QImage image = reader.read();

@@ -194,8 +194,7 @@ QRect SlideView::ToPixels(const QRect& twips) const {
                  RoundToLong(twips.width() / TwipsPerPixelX()), RoundToLong(twips.height() / TwipsPerPixelY()));
 }
 
-void SlideView::DrawTagLine(QPainter& painter, const IconView& view, int32_t x, int32_t y, int16_t bend, bool vertical,
-                            int32_t color) {
+std::vector<QPoint> SlideView::TagLinePoints(const IconView& view, int32_t x, int32_t y, int16_t bend, bool vertical) const {
     const IconSurface& box = view.View();
     const QPoint s(RoundToLong(box.Left() + box.Width() / 2.0), RoundToLong(box.Top() + box.Height() / 2.0));
     const QPoint p = ConvertPictureToHost(x, y);
@@ -205,6 +204,12 @@ void SlideView::DrawTagLine(QPainter& painter, const IconView& view, int32_t x, 
         else points.emplace_back(RoundToLong(s.x() - Product(Difference(s.x(), p.x()), bend) / 100.0), s.y());
     }
     points.push_back(p);
+    return points;
+}
+
+void SlideView::DrawTagLine(QPainter& painter, const IconView& view, int32_t x, int32_t y, int16_t bend, bool vertical,
+                            int32_t color) {
+    const std::vector<QPoint> points = TagLinePoints(view, x, y, bend, vertical);
     painter.save();
     painter.setPen(QPen(ToQColor(color), kLeaderPenWidth));
     for (std::size_t i = 1; i < points.size(); ++i)

@@ -51,6 +51,8 @@ public:
     QBrush DragBrush() const;
     void DrawTagLine(QPainter& painter, const IconView& view, int32_t x, int32_t y, int16_t bend, bool vertical,
                      int32_t color);
+    // The leader's corners in host twips: the box centre, the bend if any, the target.
+    std::vector<QPoint> TagLinePoints(const IconView& view, int32_t x, int32_t y, int16_t bend, bool vertical) const;
 
     QPoint ConvertVirtualHostToHost(int32_t x, int32_t y) const;
     QPoint ConvertHostToVirtualHost(int32_t x, int32_t y) const;

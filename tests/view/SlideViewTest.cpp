@@ -1,0 +1,321 @@
+#include "view/SlideView.h"
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QBuffer>
+#include <QtGui/QImage>
+
+#include <array>
+
+#include "model/ModelTestSupport.h"
+#include "model/Slide.h"
+#include "services/Language.h"
+#include "services/StringIds.h"
+#include "view/OffscreenSurfaces.h"
+#include "view/Picture.h"
+#include "view/TypeImages.h"
+
+namespace kvo {
+namespace {
+
+using test::RaisedBy;
+
+// A placeable metafile of a 100 x 100 logical frame with one rectangle.
+std::string TinyWmf() {
+    std::string bytes;
+    const auto u16 = [&](int v) {
+        bytes.push_back(static_cast<char>(v & 0xFF));
+        bytes.push_back(static_cast<char>((v >> 8) & 0xFF));
+    };
+    const auto u32 = [&](uint32_t v) {
+        u16(static_cast<int>(v & 0xFFFF));
+        u16(static_cast<int>(v >> 16));
+    };
+    const std::array<uint16_t, 10> placeable{0xCDD7, 0x9AC6, 0, 0, 0, 100, 100, 96, 0, 0};
+    uint16_t checksum = 0;
+    for (uint16_t word : placeable) checksum ^= word;
+    for (uint16_t word : placeable) u16(word);
+    u16(checksum);
+    const std::vector<std::vector<int>> records = {{0x020B, 0, 0}, {0x020C, 100, 100}, {0x041B, 90, 90, 10, 10}};
+    uint32_t words = 9 + 3;
+    for (const auto& r : records) words += 3 + static_cast<uint32_t>(r.size() - 1);
+    u16(1), u16(9), u16(0x0300), u32(words), u16(0), u32(7), u16(0);
+    for (const auto& r : records) {
+        u32(3 + static_cast<uint32_t>(r.size() - 1));
+        u16(r[0]);
+        for (std::size_t i = 1; i < r.size(); ++i) u16(r[i]);
+    }
+    u32(3), u16(0);
+    return bytes;
+}
+
+// A 24-bit BMP of the given size.
+std::string SmallBmp(int width, int height) {
+    QImage image(width, height, QImage::Format_RGB888);
+    image.fill(Qt::darkGray);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "BMP");
+    return bytes.toStdString();
+}
+
+class SlideViewTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        SetLanguage(1033);
+        InitResources();
+        slide_.SetName("Front");
+    }
+
+    // The picture rectangle's twips for the slide's current picture and position.
+    SlideView& Bind() {
+        view_.SetSlide(&slide_);
+        try {
+            view_.LoadPicture();
+        } catch (const Error&) {
+        }
+        return view_;
+    }
+
+    test::TempDir dir_;
+    OffscreenHost host_{800, 600};  // 12000 x 9000 twips
+    OffscreenOwner owner_{host_};
+    SlideView view_{owner_, host_};
+    Slide slide_;
+};
+
+TEST_F(SlideViewTest, PictureKindFollowsTheNameRule) {
+    EXPECT_EQ(PictureKindForName("C:\\PLAN.WMF"), PictureKind::Metafile);
+    EXPECT_EQ(PictureKindForName("/srv/plan.bmp"), PictureKind::Bitmap);
+    EXPECT_EQ(PictureKindForName("/srv/plan.Emf"), PictureKind::Metafile);
+    EXPECT_EQ(PictureKindForName("/srv/plan.gif"), PictureKind::None);
+    EXPECT_EQ(PictureKindForName(".BMP"), PictureKind::None);  // the match must start at the second character or later
+    EXPECT_EQ(PictureKindForName("x.BMP"), PictureKind::Bitmap);
+    EXPECT_EQ(PictureKindForName("/srv/a.wmf.bmp"), PictureKind::Metafile);  // searched anywhere, WMF first
+}
+
+TEST_F(SlideViewTest, ConversionsRoundHalfToEvenAndClampAtThePictureEdges) {
+    SlideView& view = Bind();  // no picture: 10, 10, 80, 80 percent of the host
+    EXPECT_EQ(view.PictureRect(), QRect(1200, 900, 9600, 7200));
+    EXPECT_EQ(view.ConvertHostToPicture(0, 0), QPoint(0, 0));
+    EXPECT_EQ(view.ConvertHostToPicture(20000, 20000), QPoint(1000, 1000));
+    EXPECT_EQ(view.ConvertHostToPicture(6000, 4500), QPoint(500, 500));
+    EXPECT_EQ(view.ConvertPictureToHost(1000, 1000), QPoint(10800, 8100));
+    EXPECT_EQ(view.ConvertPictureToHost(-100, 0), QPoint(240, 900));  // no clamping this way
+    EXPECT_EQ(view.ConvertHostToVirtualHost(6, 0), QPoint(0, 0));     // 0.5 rounds to even
+    EXPECT_EQ(view.ConvertHostToVirtualHost(18, 27), QPoint(2, 3));   // 1.5 and 3.0
+    EXPECT_EQ(view.ConvertVirtualHostToHost(500, 1000), QPoint(6000, 9000));
+    EXPECT_EQ(RaisedBy([&] { view.ConvertHostToVirtualHost(3000000, 0); }).Number(), 6);
+    host_.screenOrigin = QPoint(100, 50);
+    EXPECT_EQ(view.ConvertHostToScreen(150, 300), QPoint(110, 70));
+}
+
+TEST_F(SlideViewTest, PicturePositionIsClampedAndReported) {
+    SlideView& view = Bind();
+    view.SetPicturePosition(90, 95, 20, 0);
+    int16_t l = 0, t = 0, w = 0, h = 0;
+    slide_.GetPicturePosition(l, t, w, h);
+    EXPECT_EQ(std::vector<int16_t>({l, t, w, h}), std::vector<int16_t>({80, 95, 20, 1}));
+    EXPECT_EQ(owner_.fileChanges, 1);
+    view.SetPicturePosition(-5, -5, 500, 100);
+    slide_.GetPicturePosition(l, t, w, h);
+    EXPECT_EQ(std::vector<int16_t>({l, t, w, h}), std::vector<int16_t>({0, 0, 100, 100}));
+}
+
+TEST_F(SlideViewTest, PictureRectangleRules) {
+    slide_.SetPicturePosition(100, 0, 50, 50);
+
+    test::WriteFile(dir_.File("plan.wmf"), TinyWmf());
+    slide_.SetPictureFile(dir_.File("plan.wmf"));
+    SlideView& view = Bind();
+    ASSERT_TRUE(view.IsScaleable()) << view.PictureProblem();
+    EXPECT_EQ(view.PictureRect(), QRect(6000, 0, 6000, 4500));  // flush with the right edge
+    EXPECT_DOUBLE_EQ(view.CurrentWidthRatio(), 2.0);
+
+    test::WriteFile(dir_.File("plan.bmp"), SmallBmp(200, 100));
+    slide_.SetPictureFile(dir_.File("plan.bmp"));
+    slide_.SetPicturePosition(50, 50, 80, 80);
+    Bind();
+    EXPECT_FALSE(view.IsScaleable());
+    // A bitmap keeps its natural size and is placed in the room it leaves free.
+    EXPECT_EQ(view.PictureRect(), QRect(6000 - 1500, 4500 - 750, 3000, 1500));
+
+    slide_.SetPicturePosition(100, 100, 80, 80);
+    slide_.SetPictureFile("");
+    EXPECT_EQ(Bind().PictureRect().topLeft(), QPoint(12000, 9000));  // no picture: L = 100 is the host's edge
+}
+
+TEST_F(SlideViewTest, LeadersBendAsTheirIconSays) {
+    Icon& icon = slide_.Icons().Add();
+    SlideView& view = Bind();
+    IconView& iconView = view.Views().Item(1);
+    const IconSurface& box = iconView.View();
+    const QPoint s(box.Left() + box.Width() / 2, box.Top() + box.Height() / 2);
+    const QPoint p = view.ConvertPictureToHost(500, 500);
+    EXPECT_EQ(view.TagLinePoints(iconView, 500, 500, 0, false), std::vector<QPoint>({s, p}));
+    const auto vertical = view.TagLinePoints(iconView, 500, 500, 50, true);
+    ASSERT_EQ(vertical.size(), 3u);
+    EXPECT_EQ(vertical[1].x(), s.x());
+    EXPECT_NEAR(vertical[1].y(), (s.y() + p.y()) / 2.0, 1);
+    const auto square = view.TagLinePoints(iconView, 500, 500, 100, false);
+    EXPECT_EQ(square[1], QPoint(p.x(), s.y()));  // the corner level with the target
+    icon.SetDrawLeader(false);
+    EXPECT_FALSE(iconView.TagHitTest(p.x(), p.y()));
+}
+
+TEST_F(SlideViewTest, TheLeaderEndIsHitWithinThreePixelsSquare) {
+    slide_.Icons().Add();
+    SlideView& view = Bind();
+    const QPoint end = view.ConvertPictureToHost(500, 500);
+    const IconView& iconView = view.Views().Item(1);
+    EXPECT_TRUE(iconView.TagHitTest(end.x() + 45, end.y() + 45));   // 3 pixels in each axis
+    EXPECT_TRUE(iconView.TagHitTest(end.x() - 45, end.y() - 45));
+    EXPECT_FALSE(iconView.TagHitTest(end.x() + 60, end.y()));       // 4 pixels
+    EXPECT_FALSE(iconView.TagHitTest(end.x(), end.y() - 60));
+    view.HostMouseMove(0, 0, end.x() + 10, end.y());
+    EXPECT_EQ(host_.pointer, Pointer::Cross);
+    view.HostMouseMove(0, 0, 0, 0);
+    EXPECT_EQ(host_.pointer, Pointer::Default);
+}
+
+TEST_F(SlideViewTest, BoxDragsStayOnTheHostAndAClickStoresNothing) {
+    Icon& icon = slide_.Icons().Add();
+    SlideView& view = Bind();
+    IconView& iconView = view.Views().Item(1);
+    const IconSurface& box = iconView.View();
+    const int16_t key = iconView.Index();
+
+    view.ViewMouseDown(key, 1, 0, 30, 30);
+    view.ViewMouseUp(key, 1, 0, 30, 30);
+    EXPECT_EQ(owner_.fileChanges, 0);
+    EXPECT_EQ(icon.Left(), 100);
+
+    view.ViewMouseDown(key, 1, 0, 30, 30);
+    ASSERT_EQ(host_.feedback.size(), 4u);  // the frame, four bars 4 pixels thick
+    EXPECT_EQ(host_.feedback[0].width(), 4);
+    view.ViewMouseMove(key, 1, 0, 30 + 20000, 30 - 5000);
+    view.ViewMouseUp(key, 1, 0, 30 + 20000, 30 - 5000);
+    EXPECT_TRUE(host_.feedback.empty());
+    EXPECT_EQ(box.Left() + box.Width(), host_.Width());  // right edge on the host's right edge
+    EXPECT_EQ(box.Top(), 0);
+    EXPECT_EQ(icon.Top(), 0);
+    EXPECT_EQ(icon.Left(), view.ConvertHostToVirtualHost(box.Left(), 0).x());
+    EXPECT_EQ(owner_.fileChanges, 1);
+}
+
+TEST_F(SlideViewTest, LeaderDragsLandOnThePictureBorder) {
+    Icon& icon = slide_.Icons().Add();
+    SlideView& view = Bind();
+    IconView& iconView = view.Views().Item(1);
+    const QPoint end = view.ConvertPictureToHost(500, 500);
+    view.HostMouseDown(1, 0, end.x(), end.y());
+    ASSERT_EQ(host_.feedback.size(), 1u);
+    EXPECT_EQ(host_.feedback[0].size(), QSize(3, 3));
+    // Coordinates now come relative to the capturing icon surface.
+    const IconSurface& box = iconView.View();
+    view.ViewMouseMove(iconView.Index(), 1, 0, -box.Left() - 500, 4000 - box.Top());
+    view.ViewMouseUp(iconView.Index(), 1, 0, -box.Left() - 500, 4000 - box.Top());
+    EXPECT_EQ(icon.LeaderX(), 0);
+    EXPECT_EQ(icon.LeaderY(), view.ConvertHostToPicture(0, 4000).y());
+    EXPECT_EQ(owner_.fileChanges, 1);
+}
+
+TEST_F(SlideViewTest, ALockedViewOnlySignalsTheIcon) {
+    Icon& icon = slide_.Icons().Add();
+    SlideView& view = Bind();
+    view.SetLocked(true);
+    IconView& iconView = view.Views().Item(1);
+    view.ViewMouseDown(iconView.Index(), 1, 0, 10, 10);
+    ASSERT_EQ(owner_.signalled.size(), 1u);
+    EXPECT_EQ(owner_.signalled[0], &iconView);
+    EXPECT_TRUE(host_.feedback.empty());
+    EXPECT_FALSE(owner_.surfaces[0]->captured);
+    const QPoint end = view.ConvertPictureToHost(icon.LeaderX(), icon.LeaderY());
+    host_.pointer = Pointer::Default;
+    view.HostMouseMove(0, 0, end.x(), end.y());
+    view.HostMouseDown(1, 0, end.x(), end.y());
+    EXPECT_EQ(host_.pointer, Pointer::Default);
+    EXPECT_TRUE(host_.feedback.empty());
+    view.SetLocked(false);
+    view.ViewMouseDown(iconView.Index(), 2, 0, 10, 10);  // the right button signals too
+    EXPECT_EQ(owner_.signalled.size(), 2u);
+}
+
+TEST_F(SlideViewTest, ViewsFollowTheSlideAndItsIcons) {
+    slide_.Icons().Add();
+    slide_.Icons().Add().SetSequenceNumber(7);
+    SlideView& view = Bind();
+    EXPECT_EQ(view.Views().Count(), 2);
+    EXPECT_EQ(owner_.surfaces.size(), 2u);
+    EXPECT_NE(view.Views().FindByIndex(2), nullptr);
+    EXPECT_EQ(view.Views().FindByIndex(9), nullptr);
+    Icon templateIcon;
+    templateIcon.SetFeatureName("Bore");
+    templateIcon.SetFontSize(20);
+    IconView* added = view.AddIcon(&templateIcon);
+    ASSERT_NE(added, nullptr);
+    EXPECT_EQ(added->Icon().Name(), "BORE");
+    EXPECT_EQ(added->Icon().FontSize(), 20);
+    EXPECT_EQ(slide_.Icons().Count(), 3);
+    EXPECT_EQ(owner_.fileChanges, 1);
+
+    view.Views().Item(1).SetPosition(100, 100);  // where it is already
+    EXPECT_EQ(owner_.fileChanges, 1);
+    view.Views().Item(1).SetPosition(300, 100);
+    EXPECT_EQ(owner_.fileChanges, 2);
+
+    OffscreenIcon& surface = *owner_.surfaces[1];
+    QImage image(400, 200, QImage::Format_ARGB32);
+    QPainter painter(&image);
+    view.Views().Item(2).Paint(painter);
+    const int painted = surface.refreshes;
+    view.TestRepaint();
+    EXPECT_EQ(surface.refreshes, painted);  // nothing changed since the paint
+    view.Views().Item(2).Icon().SetSequenceNumber(8);
+    view.TestRepaint();
+    EXPECT_EQ(surface.refreshes, painted + 1);
+    painter.end();
+
+    view.SetSlide(nullptr);
+    EXPECT_EQ(view.Views().Count(), 0);
+    EXPECT_FALSE(surface.visible);
+}
+
+TEST_F(SlideViewTest, RenamingAndTheTypeImages) {
+    test::RecordingPrompt prompt;
+    SlideView& view = Bind();
+    prompt.texts = {std::string("Top view")};
+    view.UpdateTitle();
+    EXPECT_EQ(slide_.Name(), "Top view");
+    EXPECT_EQ(prompt.lastDefault, "Front");
+    EXPECT_EQ(prompt.askedText[0].text, LoadResString(Str::SlideNamePrompt));
+    view.UpdateTitle();  // cancelled: the name is emptied, as it always was
+    EXPECT_EQ(slide_.Name(), "");
+
+    EXPECT_EQ(view.GetTypeImage(1, false, false), TypeImage(2));
+    EXPECT_EQ(view.GetTypeImage(6, true, false), TypeImage(13));
+    EXPECT_EQ(view.GetTypeImage(4, false, true), TypeImage(14));
+    EXPECT_EQ(view.GetTypeImage(10, true, true), TypeImage(14));
+    EXPECT_TRUE(view.GetTypeImage(20, false, false).isNull());
+    for (int i = 1; i <= kTypeImageCount; ++i) EXPECT_FALSE(TypeImage(i).isNull()) << i;
+}
+
+TEST_F(SlideViewTest, AnUnreadablePictureBecomesANoticeNotACrash) {
+    test::WriteFile(dir_.File("broken.bmp"), "BM this is no bitmap");
+    slide_.SetPictureFile(dir_.File("broken.bmp"));
+    slide_.Icons().Add();
+    const RenderedSlide rendered = RenderSlide(slide_, 640, 480);
+    EXPECT_FALSE(rendered.image.isNull());
+    EXPECT_NE(rendered.pictureProblem.find(dir_.File("broken.bmp")), std::string::npos) << rendered.pictureProblem;
+    slide_.SetPictureFile(dir_.File("missing.wmf"));
+    EXPECT_NE(RenderSlide(slide_, 640, 480).pictureProblem.find("File not found"), std::string::npos);
+    const Error error = RaisedBy([&] {
+        view_.SetSlide(&slide_);
+        view_.LoadPicture();
+    });
+    EXPECT_EQ(error.Number(), 53);
+}
+
+}  // namespace
+}  // namespace kvo
