@@ -80,7 +80,17 @@ void IconView::PaintTagLine(QPainter& painter) {
 }
 
 void IconView::Paint(QPainter& painter) {
-    if (paintedVersion_ != icon_.Version()) LayOut();  // a new name or new cells may need another size
+    if (paintedVersion_ != icon_.Version() || box_.isNull()) {
+        LayOut();  // a new name or new cells may need another size
+        box_ = QImage(layout_.size, QImage::Format_ARGB32_Premultiplied);
+        QPainter boxPainter(&box_);
+        PaintBox(boxPainter);
+        paintedVersion_ = icon_.Version();
+    }
+    painter.drawImage(QPoint(0, 0), box_);
+}
+
+void IconView::PaintBox(QPainter& painter) {
     const int w = layout_.size.width();
     const int h = layout_.size.height();
     painter.save();
@@ -114,7 +124,6 @@ void IconView::Paint(QPainter& painter) {
     painter.drawLine(0, h - 1, w - 1, h - 1);
     painter.drawLine(w - 1, 0, w - 1, h - 1);
     painter.restore();
-    paintedVersion_ = icon_.Version();
 }
 
 bool IconView::TagHitTest(int32_t x, int32_t y) const {
@@ -225,6 +234,7 @@ void IconView::TestRepaint() {
 
 void IconView::UpdateProperties() {
     LayOut();
+    box_ = QImage();  // font, colours or digits changed without a new version
     surface_->Refresh();
 }
 

@@ -74,6 +74,7 @@ private:
     };
 
     void LayOut();
+    void PaintBox(QPainter& painter);
     std::vector<QRect> FrameFeedback(const QRect& box) const;
     std::vector<QRect> SquareFeedback(const QPoint& center) const;
 
@@ -81,6 +82,8 @@ private:
     kvo::Icon& icon_;
     std::unique_ptr<IconSurface> surface_;
     Layout layout_;
+    // The box as last painted; painted again only when the icon changed.
+    QImage box_;
     int32_t paintedVersion_ = -1;
     bool iconDrag_ = false;
     bool leaderDrag_ = false;

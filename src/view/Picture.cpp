@@ -139,7 +139,18 @@ int Metafile::Width() const { return decoded_ ? decoded_->naturalSize.width() : 
 int Metafile::Height() const { return decoded_ ? decoded_->naturalSize.height() : 0; }
 
 void Metafile::Draw(QPainter& painter, int x, int y, int width, int height) const {
-    if (decoded_ && width > 0 && height > 0) decoded_->Draw(painter, QRectF(x, y, width, height));
+    if (!decoded_ || width <= 0 || height <= 0) return;
+    const QRectF target(x, y, width, height);
+    const QSize device = painter.transform().mapRect(target).toAlignedRect().size().boundedTo(QSize(8192, 8192));
+    if (rendered_.size() != device) {
+        rendered_ = QImage(device, QImage::Format_ARGB32_Premultiplied);
+        rendered_.fill(Qt::transparent);
+        QPainter offscreen(&rendered_);
+        offscreen.setRenderHint(QPainter::Antialiasing);
+        offscreen.setRenderHint(QPainter::SmoothPixmapTransform);
+        decoded_->Draw(offscreen, QRectF(QPointF(0, 0), QSizeF(device)));
+    }
+    painter.drawImage(target, rendered_);
 }
 
 // Qt draws what a cut-off BMP still holds and calls it a success; the header
