@@ -134,9 +134,6 @@ class ReplaceAll final : public kvo::Prompt {
 public:
     void Message(const std::string&, const std::string&, kvo::MessageKind) override {}
     kvo::OverwriteAnswer AskOverwrite(const std::string&) override { return kvo::OverwriteAnswer::YesToAll; }
-    std::optional<std::string> AskText(const std::string&, const std::string&, const std::string&) override {
-        return std::nullopt;
-    }
 };
 
 void BM_ImportPackage(benchmark::State& state) {

@@ -11,10 +11,6 @@ public:
     void Message(const std::string& text, const std::string& title, MessageKind) override {
         std::cerr << title << ": " << text << '\n';
     }
-    OverwriteAnswer AskOverwrite(const std::string&) override { return OverwriteAnswer::No; }
-    std::optional<std::string> AskText(const std::string&, const std::string&, const std::string&) override {
-        return std::nullopt;  // nobody to ask: as if cancelled
-    }
 };
 
 ConsolePrompt& Console() {

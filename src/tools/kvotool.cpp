@@ -72,10 +72,6 @@ public:
         }
     }
 
-    std::optional<std::string> AskText(const std::string&, const std::string&, const std::string&) override {
-        return std::nullopt;
-    }
-
     std::string file;
     std::optional<kvo::OverwriteAnswer> fixedAnswer;
     int messages = 0;
