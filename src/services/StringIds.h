@@ -138,7 +138,16 @@ namespace kvo::Str {
     X(SettingsFileDamaged, 31500)        \
     X(SettingsFileUnusable, 31501)       \
     X(SettingsKeyNotDeleted, 31502)      \
-    X(LoadEndsInsideBlock, 31503)
+    X(LoadEndsInsideBlock, 31503)        \
+    X(HelpFileFilter, 31504)             \
+    X(MenuFileCopyImage, 31175)          \
+    X(CaptureTitle, 31505)               \
+    X(CaptureFilter, 31506)              \
+    X(SlideStatus, 31507)                \
+    X(FileErrorTitle, 31508)             \
+    X(FileErrorMessage, 31509)           \
+    X(StartupErrorMessage, 31510)        \
+    X(AboutText, 31511)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QLabel>
+
+#include <cstdint>
+
+#include "services/Language.h"
+
+namespace kvo {
+
+// Captions of the string tables; "&" marks the access key as in menus.
+inline QString Caption(int32_t id) { return QString::fromStdString(LoadResString(id)); }
+
+// A push button that takes its caption from the string tables.
+template <typename Button>
+Button* CaptionedButton(QWidget* parent, const char* name, int32_t id) {
+    auto* button = new Button(parent);
+    button->setObjectName(name);
+    button->setText(Caption(id));
+    return button;
+}
+
+}  // namespace kvo

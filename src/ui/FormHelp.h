@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QtWidgets/QWidget>
+
+class QTextBrowser;
+
+namespace kvo {
+
+// The editor's help: an HTML help file opens in this window at the topic's
+// anchor; a compiled help file opens in the desktop's own viewer. Without a
+// help file nothing is shown.
+void ShowHelpTopic(QWidget* window, int topic);
+void ShowHelpContents(QWidget* window);
+
+class FormHelp final : public QWidget {
+    Q_OBJECT
+public:
+    static FormHelp& Instance();
+    void ShowAnchor(const QString& file, const QString& anchor);
+    QString CurrentAnchor() const;
+
+private:
+    FormHelp();
+    QTextBrowser* browser_;
+};
+
+}  // namespace kvo

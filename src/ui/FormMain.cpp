@@ -1,0 +1,486 @@
+#include "FormMain.h"
+
+#include <QtCore/QFileInfo>
+
+#include <cmath>
+
+#include <QtCore/QTimer>
+#include <QtGui/QClipboard>
+#include <QtGui/QCloseEvent>
+#include <QtGui/QGuiApplication>
+#include <QtGui/QPainter>
+#include <QtPrintSupport/QPrintDialog>
+#include <QtPrintSupport/QPrinter>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QMenuBar>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QScrollBar>
+#include <QtWidgets/QStatusBar>
+
+#include "FormExport.h"
+#include "FormHelp.h"
+#include "FormImport.h"
+#include "FormProperties.h"
+#include "LanguageFont.h"
+#include "SlideHost.h"
+#include "model/ExportPackage.h"
+#include "model/SlideShow.h"
+#include "services/Error.h"
+#include "services/Language.h"
+#include "services/Paths.h"
+#include "services/Prompt.h"
+#include "services/RegEntry.h"
+#include "services/StringIds.h"
+#include "services/Text.h"
+#include "view/IconView.h"
+#include "view/OffscreenSurfaces.h"
+#include "view/SlideView.h"
+
+namespace kvo {
+
+namespace {
+
+constexpr int kContentsTopic = 906;
+constexpr int kMinimumWidthTwips = 2000;
+constexpr int kMinimumHeightTwips = 1000;
+constexpr int kScrollPanelWidth = 220;
+
+QString Text(int32_t id) { return QString::fromStdString(LoadResString(id)); }
+
+std::string S(int32_t id) { return LoadResString(id); }
+
+// The read-only attribute: write permission off, whoever is asking.
+bool IsReadOnly(const std::string& fileName) {
+    const QFileInfo file(QString::fromStdString(fileName));
+    return file.exists() && !(file.permissions() & QFileDevice::WriteOwner);
+}
+
+}  // namespace
+
+FormMain::FormMain() {
+    setObjectName("FormMain");
+    BuildControls();
+    BuildMenus();
+    ApplyLanguageFont(*this);
+    frameWidth_ = frameGeometry().width() - width();
+    frameHeight_ = frameGeometry().height() - height();
+    UpdateCaption();
+    ReadDirectories();
+    view_ = std::make_unique<SlideView>(*this, *picMain_);
+    picMain_->SetView(view_.get());
+    saved_ = true;
+    UpdateEnabling();
+    resize(960, 720);
+}
+
+FormMain::~FormMain() {
+    picMain_->SetView(nullptr);
+    view_.reset();
+}
+
+void FormMain::BuildControls() {
+    central_ = new QWidget(this);
+    setCentralWidget(central_);
+    picMain_ = new SlideHost(central_);
+    sbMain_ = new QStatusBar(central_);
+    sbMain_->setObjectName("sbMain");
+    sbMain_->setSizeGripEnabled(false);
+    statusText_ = new QLabel(sbMain_);
+    statusText_->setObjectName("sbMainText");
+    sbMain_->addWidget(statusText_, 1);
+    scrollPanel_ = new QWidget(sbMain_);
+    scrollPanel_->setObjectName("scroll");
+    scrollPanel_->setFixedWidth(kScrollPanelWidth);
+    sbMain_->addPermanentWidget(scrollPanel_);
+    hsSlide_ = new QScrollBar(Qt::Horizontal, central_);
+    hsSlide_->setObjectName("hsSlide");
+    hsSlide_->setRange(0, 0);
+    hsSlide_->setEnabled(false);
+    connect(hsSlide_, &QScrollBar::valueChanged, this, [this](int value) {
+        if (document_ && value >= 1 && value != currentSlide_) ShowSlide(value);
+    });
+    // Runs after the current event, once the status bar has laid out its panels.
+    cmdDelayedResize_ = new QPushButton(central_);
+    cmdDelayedResize_->setObjectName("cmdDelayedResize");
+    cmdDelayedResize_->hide();
+    connect(cmdDelayedResize_, &QPushButton::clicked, this, [this] {
+        const QRect panel(scrollPanel_->mapTo(central_, QPoint(0, 0)), scrollPanel_->size());
+        hsSlide_->setGeometry(panel.adjusted(1, 2, -1, -2));
+        hsSlide_->raise();
+    });
+}
+
+void FormMain::BuildMenus() {
+    const auto action = [this](QMenu* menu, const char* name, int32_t caption, auto slot, QKeySequence keys = {}) {
+        auto* item = menu->addAction(Text(caption));
+        item->setObjectName(name);
+        item->setShortcut(keys);
+        connect(item, &QAction::triggered, this, slot);
+        return item;
+    };
+    QMenu* file = menuBar()->addMenu(Text(Str::MenuFile));
+    file->setObjectName("mnuFile");
+    action(file, "mnuFileNew", Str::MenuFileNew, &FormMain::FileNew, QKeySequence::New);
+    action(file, "mnuFileOpen", Str::MenuFileOpen, &FormMain::FileOpen, QKeySequence::Open);
+    action(file, "mnuFileSave", Str::MenuFileSave, &FormMain::FileSave, QKeySequence::Save);
+    action(file, "mnuFileSaveAs", Str::MenuFileSaveAs, &FormMain::FileSaveAs, QKeySequence::SaveAs);
+    action(file, "mnuFileSaveBinary", Str::MenuFileSaveBinary, &FormMain::FileSaveBinary);
+    action(file, "mnuFileClose", Str::MenuFileClose, &FormMain::FileClose, QKeySequence::Close);
+    file->addSeparator();
+    action(file, "mnuFileProperties", Str::MenuFileProperties, &FormMain::FileProperties);
+    file->addSeparator();
+    action(file, "mnuFileImport", Str::MenuFileImport, &FormMain::FileImport);
+    action(file, "mnuFileExport", Str::MenuFileExport, &FormMain::FileExport);
+    file->addSeparator();
+    action(file, "mnuFilePrint", Str::MenuFilePrint, &FormMain::FilePrint, QKeySequence::Print);
+    action(file, "mnuFileCapture", Str::MenuFileCapture, &FormMain::FileCapture);
+    action(file, "mnuFileCopyImage", Str::MenuFileCopyImage, &FormMain::FileCopyImage);
+    file->addSeparator();
+    action(file, "mnuFileExit", Str::MenuFileExit, &FormMain::FileExit, QKeySequence::Quit);
+
+    QMenu* slide = menuBar()->addMenu(Text(Str::MenuSlide));
+    slide->setObjectName("mnuSlide");
+    action(slide, "mnuSlideFirst", Str::MenuSlideFirst, [this] { ShowSlide(1); });
+    action(slide, "mnuSlidePrevious", Str::MenuSlidePrevious, [this] { ShowSlide(currentSlide_ - 1); });
+    action(slide, "mnuSlideNext", Str::MenuSlideNext, [this] { ShowSlide(currentSlide_ + 1); });
+    action(slide, "mnuSlideLast", Str::MenuSlideLast, [this] {
+        if (document_) ShowSlide(document_->Slides().Count());
+    });
+
+    QMenu* view = menuBar()->addMenu(Text(Str::MenuScreen));
+    view->setObjectName("mnuScreen");
+    action(view, "mnuScreen640", Str::MenuScreen640, &FormMain::Screen640);
+    action(view, "mnuScreen800", Str::MenuScreen800, &FormMain::Screen800);
+
+    QMenu* help = menuBar()->addMenu(Text(Str::MenuHelp));
+    help->setObjectName("mnuHelp");
+    action(help, "mnuHelpContents", Str::MenuHelpContents, &FormMain::HelpContents, QKeySequence::HelpContents);
+    action(help, "mnuHelpAbout", Str::MenuHelpAbout, [this] {
+        CurrentPrompt().Message(FormatResString(Str::AboutText, {std::string(QGuiApplication::applicationVersion().toStdString())}),
+                                S(Str::AppTitle), MessageKind::Information);
+    });
+}
+
+void FormMain::ReadDirectories() {
+    std::string slideDirectory, bitmapDirectory;
+    try {
+        RegEntry entry;
+        if (entry.TestKey("Wexbridge")) {
+            entry.OpenKey("Wexbridge");
+            slideDirectory = entry.GetString("DefaultSlideDirectory");
+            bitmapDirectory = entry.GetString("DefaultBitmapDirectory");
+        }
+    } catch (const Error&) {
+        // A broken settings store leaves the defaults below.
+    }
+    slideDirectory_ = DirectoryExists(slideDirectory) ? slideDirectory : ExecutableDirectory();
+    bitmapDirectory_ = DirectoryExists(bitmapDirectory) ? bitmapDirectory : slideDirectory_;
+}
+
+void FormMain::SignalFileChanged() { saved_ = false; }
+
+void FormMain::SignalIcon(IconView& view) { statusText_->setText(QString::fromStdString(view.Icon().Name())); }
+
+std::unique_ptr<IconSurface> FormMain::CreateIcon() { return picMain_->CreateIcon(); }
+
+void FormMain::UpdateCaption() {
+    std::string caption = S(Str::AppTitle);
+    if (!fileName_.empty()) caption += ": " + FileNamePart(fileName_);
+    setWindowTitle(QString::fromStdString(caption));
+}
+
+void FormMain::UpdateStatus() {
+    if (!document_ || currentSlide_ < 1) {
+        statusText_->clear();
+        return;
+    }
+    statusText_->setText(QString::fromStdString(FormatResString(Str::SlideStatus, {currentSlide_, document_->Slides().Count()})));
+}
+
+void FormMain::UpdateEnabling() {
+    const bool open = document_ != nullptr;
+    for (const char* name : {"mnuFileSave", "mnuFileSaveAs", "mnuFileSaveBinary", "mnuFileClose", "mnuFileProperties",
+                             "mnuFileExport", "mnuFilePrint", "mnuFileCapture", "mnuFileCopyImage"})
+        findChild<QAction*>(name)->setEnabled(open);
+    const int count = open ? document_->Slides().Count() : 0;
+    findChild<QAction*>("mnuSlideFirst")->setEnabled(currentSlide_ > 1);
+    findChild<QAction*>("mnuSlidePrevious")->setEnabled(currentSlide_ > 1);
+    findChild<QAction*>("mnuSlideNext")->setEnabled(currentSlide_ < count);
+    findChild<QAction*>("mnuSlideLast")->setEnabled(currentSlide_ < count);
+}
+
+bool FormMain::AskToSave() {
+    if (saved_) return true;
+    switch (CurrentPrompt().Ask(S(Str::AskSaveChanges), S(Str::ConfirmTitle), true)) {
+        case Answer::Yes:
+            FileSave();
+            return saved_;
+        case Answer::No:
+            saved_ = true;
+            return true;
+        case Answer::Cancel:
+            return false;
+    }
+    return false;
+}
+
+void FormMain::ShowError(const Error& error, const std::string& fileName) {
+    CurrentPrompt().Message(FormatResString(Str::FileErrorMessage, {error.Description(), fileName, error.Number(), error.Source()}),
+                            S(Str::FileErrorTitle), MessageKind::Stop);
+}
+
+void FormMain::ShowDocument(std::unique_ptr<SlideShow> show, const std::string& fileName) {
+    view_->SetSlide(nullptr);
+    document_ = std::move(show);
+    fileName_ = fileName;
+    currentSlide_ = 0;
+    UpdateCaption();
+    statusText_->clear();
+    const int count = document_->Slides().Count();
+    hsSlide_->blockSignals(true);
+    hsSlide_->setRange(count > 0 ? 1 : 0, count);
+    hsSlide_->setValue(count > 0 ? 1 : 0);
+    hsSlide_->setEnabled(count > 1);
+    hsSlide_->blockSignals(false);
+    if (count > 0) ShowSlide(1);
+    saved_ = true;
+    UpdateEnabling();
+}
+
+void FormMain::ShowSlide(int number) {
+    if (!document_ || number < 1 || number > document_->Slides().Count()) return;
+    if (number == currentSlide_ && view_->CurrentSlide() != nullptr) return;
+    currentSlide_ = number;
+    view_->SetSlide(&document_->Slides().Item(number));
+    hsSlide_->blockSignals(true);
+    hsSlide_->setValue(number);
+    hsSlide_->blockSignals(false);
+    UpdateStatus();
+    UpdateEnabling();
+}
+
+void FormMain::FileNew() {
+    if (!AskToSave()) return;
+    const auto name = CurrentPrompt().ChooseSaveFile({S(Str::NewTitle), S(Str::SlideShowFilter), slideDirectory_, ""});
+    if (!name || name->empty()) return;
+    if (FileExists(*name) &&
+        CurrentPrompt().Ask(FormatResString(Str::NewFileExists, {*name}), S(Str::ConfirmTitle), false) != Answer::Yes)
+        return;
+    ShowDocument(std::make_unique<SlideShow>(), *name);
+}
+
+void FormMain::FileOpen() {
+    if (!AskToSave()) return;
+    const auto name = CurrentPrompt().ChooseOpenFile({S(Str::OpenTitle), S(Str::SlideShowFilter), slideDirectory_, ""});
+    if (name && !name->empty()) OpenDocument(*name);
+}
+
+bool FormMain::OpenDocument(const std::string& fileName) {
+    if (!AskToSave()) return false;
+    // Loaded aside first: a file that cannot be read leaves the window as it was.
+    auto show = std::make_unique<SlideShow>();
+    try {
+        show->LoadFromFile(fileName);
+    } catch (const Error& error) {
+        ShowError(error, fileName);
+        return false;
+    }
+    ShowDocument(std::move(show), fileName);
+    if (IsReadOnly(fileName)) CurrentPrompt().Message(S(Str::OpenReadOnly), S(Str::ReadOnlyTitle), MessageKind::Information);
+    return true;
+}
+
+bool FormMain::Write(const std::string& fileName, bool binary) {
+    try {
+        if (binary) document_->SaveToBinary(fileName);
+        else document_->SaveToFile(fileName);
+    } catch (const Error& error) {
+        ShowError(error, fileName);
+        return false;  // the document in memory is untouched and still unsaved
+    }
+    return true;
+}
+
+void FormMain::FileSave() {
+    if (!document_) return;
+    if (fileName_.empty()) {
+        FileSaveAs();
+        return;
+    }
+    if (IsReadOnly(fileName_)) {
+        CurrentPrompt().Message(S(Str::SaveReadOnly), S(Str::ReadOnlyTitle), MessageKind::Information);
+        return;
+    }
+    if (Write(fileName_, document_->Binary())) saved_ = true;
+}
+
+void FormMain::FileSaveAs() {
+    if (!document_) return;
+    const auto name = CurrentPrompt().ChooseSaveFile({S(Str::SaveAsTitle), S(Str::TextFilter), slideDirectory_, fileName_});
+    if (!name || name->empty() || !Write(*name, false)) return;
+    fileName_ = *name;
+    UpdateCaption();
+    saved_ = true;
+}
+
+void FormMain::FileSaveBinary() {
+    if (!document_) return;
+    const auto name = CurrentPrompt().ChooseSaveFile({S(Str::SaveAsTitle), S(Str::BinaryFilter), slideDirectory_, fileName_});
+    if (!name || name->empty() || !Write(*name, true)) return;
+    fileName_ = *name;
+    UpdateCaption();
+    saved_ = true;
+}
+
+void FormMain::ClearWindow() {
+    statusText_->clear();
+    picMain_->SetView(nullptr);
+    view_ = std::make_unique<SlideView>(*this, *picMain_);  // the old one takes its icon surfaces with it
+    picMain_->SetView(view_.get());
+    picMain_->SetBackColor(QColor(0xC4, 0xC4, 0xC4));
+    picMain_->update();
+    document_.reset();
+    fileName_.clear();
+    currentSlide_ = 0;
+    UpdateCaption();
+    hsSlide_->blockSignals(true);
+    hsSlide_->setRange(0, 0);
+    hsSlide_->setEnabled(false);
+    hsSlide_->blockSignals(false);
+    saved_ = true;
+    UpdateEnabling();
+}
+
+void FormMain::FileClose() {
+    if (!AskToSave()) return;
+    ClearWindow();
+}
+
+void FormMain::FileExit() { close(); }
+
+void FormMain::closeEvent(QCloseEvent* event) {
+    if (saved_) {
+        event->accept();
+        return;
+    }
+    switch (CurrentPrompt().Ask(S(Str::AskSaveChanges), S(Str::ConfirmTitle), true)) {
+        case Answer::Yes:
+            // The user saves under a name and closes again afterwards.
+            event->ignore();
+            FileSaveAs();
+            break;
+        case Answer::No:
+            saved_ = true;
+            event->accept();
+            break;
+        case Answer::Cancel:
+            event->ignore();
+            break;
+    }
+}
+
+void FormMain::FileProperties() {
+    if (!document_) return;
+    FormProperties dialog(*document_, this);
+    dialog.exec();
+    saved_ = false;  // whatever the answer, as it always has
+}
+
+void FormMain::FileImport() {
+    FormImport dialog(this);
+    dialog.exec();
+    if (!dialog.Accepted()) return;
+    try {
+        ImportSlideShow(dialog.PackagePath(), dialog.TargetPath());
+    } catch (const Error& error) {
+        ShowError(error, dialog.PackagePath());
+        return;
+    }
+    OpenDocument(dialog.TargetPath());
+}
+
+void FormMain::FileExport() {
+    if (!document_) return;
+    if (!saved_ || fileName_.empty()) FileSave();  // the package holds the show as it is on disk
+    if (!saved_ || fileName_.empty()) return;
+    FormExport dialog(fileName_, this);
+    dialog.exec();
+    if (!dialog.Accepted()) return;
+    try {
+        ExportSlideShow(fileName_, dialog.PackagePath(), dialog.Comment());
+    } catch (const Error& error) {
+        ShowError(error, dialog.PackagePath());
+    }
+}
+
+QImage FormMain::SlideImage() const {
+    if (!document_ || currentSlide_ < 1) return {};
+    return RenderSlide(document_->Slides().Item(currentSlide_), picMain_->width(), picMain_->height()).image;
+}
+
+void FormMain::PrintSlide(QPrinter& printer) {
+    const QImage image = SlideImage();
+    if (image.isNull()) return;
+    QPainter painter(&printer);
+    const QRect page = painter.viewport();
+    QSize size = image.size();
+    size.scale(page.size(), Qt::KeepAspectRatio);
+    painter.setViewport(page.x(), page.y(), size.width(), size.height());
+    painter.setWindow(image.rect());
+    painter.drawImage(0, 0, image);
+}
+
+void FormMain::FilePrint() {
+    if (!document_) return;
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setPageOrientation(QPageLayout::Landscape);
+    QPrintDialog dialog(&printer, this);
+    if (dialog.exec() == QDialog::Accepted) PrintSlide(printer);
+}
+
+void FormMain::FileCapture() {
+    const QImage image = SlideImage();
+    if (image.isNull()) return;
+    const auto name = CurrentPrompt().ChooseSaveFile({S(Str::CaptureTitle), S(Str::CaptureFilter), slideDirectory_, ""});
+    if (!name || name->empty()) return;
+    const std::string file = EndsWithNoCase(*name, ".png") ? *name : *name + ".png";
+    if (!image.save(QString::fromStdString(file), "PNG"))
+        CurrentPrompt().Message("Cannot write \"" + file + "\"", S(Str::FileErrorTitle), MessageKind::Stop);
+}
+
+void FormMain::FileCopyImage() {
+    const QImage image = SlideImage();
+    if (!image.isNull()) QGuiApplication::clipboard()->setImage(image);
+}
+
+void FormMain::ResizeEditingArea(int widthTwips, int heightTwips) {
+    const int width = static_cast<int>(std::lround(widthTwips / picMain_->TwipsPerPixelX()));
+    const int height = static_cast<int>(std::lround(heightTwips / picMain_->TwipsPerPixelY()));
+    resize(this->width() + width - picMain_->width(), this->height() + height - picMain_->height());
+}
+
+void FormMain::Screen640() { ResizeEditingArea(9600, 6090); }
+void FormMain::Screen800() { ResizeEditingArea(12000, 7728); }
+
+void FormMain::HelpContents() {
+    ShowHelpContents(this);
+    ShowHelpTopic(this, kContentsTopic);
+}
+
+void FormMain::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+    if (!isMinimized()) ArrangeControls();
+}
+
+void FormMain::ArrangeControls() {
+    // Never laid out smaller than 2000 x 1000 twips.
+    const int width = std::max(central_->width(), static_cast<int>(std::lround(kMinimumWidthTwips / picMain_->TwipsPerPixelX())));
+    const int height = std::max(central_->height(), static_cast<int>(std::lround(kMinimumHeightTwips / picMain_->TwipsPerPixelY())));
+    const int statusHeight = sbMain_->sizeHint().height();
+    picMain_->setGeometry(0, 0, width, height - statusHeight);
+    sbMain_->setGeometry(0, height - statusHeight, width, statusHeight);
+    view_->HostResize();
+    QTimer::singleShot(0, cmdDelayedResize_, &QPushButton::click);
+}
+
+}  // namespace kvo

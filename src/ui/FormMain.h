@@ -1,0 +1,106 @@
+#pragma once
+
+#include <QtWidgets/QMainWindow>
+
+#include <memory>
+#include <string>
+
+#include "view/Surfaces.h"
+
+class QAction;
+class QLabel;
+class QPrinter;
+class QPushButton;
+class QScrollBar;
+class QStatusBar;
+
+namespace kvo {
+
+class Error;
+class SlideHost;
+class SlideShow;
+class SlideView;
+
+// The editor's window: one slide show at a time, its current slide on picMain,
+// and the file commands.
+class FormMain final : public QMainWindow, public ViewOwner {
+    Q_OBJECT
+public:
+    FormMain();
+    ~FormMain() override;
+
+    void SignalFileChanged() override;
+    void SignalIcon(IconView& view) override;
+    std::unique_ptr<IconSurface> CreateIcon() override;
+
+    void FileNew();
+    void FileOpen();
+    // Opens this file, after asking to save the current document.
+    bool OpenDocument(const std::string& fileName);
+    void FileSave();
+    void FileSaveAs();
+    void FileSaveBinary();
+    void FileClose();
+    void FileExit();
+    void FileProperties();
+    void FileImport();
+    void FileExport();
+    void FilePrint();
+    void PrintSlide(QPrinter& printer);
+    void FileCapture();
+    void FileCopyImage();
+    void Screen640();
+    void Screen800();
+    void HelpContents();
+    void ShowSlide(int number);
+
+    bool Saved() const { return saved_; }
+    const std::string& FileName() const { return fileName_; }
+    SlideShow* Document() const { return document_.get(); }
+    SlideView& View() const { return *view_; }
+    SlideHost& Host() const { return *picMain_; }
+    int CurrentSlide() const { return currentSlide_; }
+    const std::string& SlideDirectory() const { return slideDirectory_; }
+    const std::string& BitmapDirectory() const { return bitmapDirectory_; }
+    QScrollBar& SlideScrollBar() const { return *hsSlide_; }
+    QWidget& ScrollPanel() const { return *scrollPanel_; }
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void BuildControls();
+    void BuildMenus();
+    void ReadDirectories();
+    bool AskToSave();
+    void ShowDocument(std::unique_ptr<SlideShow> show, const std::string& fileName);
+    void ClearWindow();
+    bool Write(const std::string& fileName, bool binary);
+    void ShowError(const Error& error, const std::string& fileName);
+    void UpdateCaption();
+    void UpdateStatus();
+    void UpdateEnabling();
+    void ArrangeControls();
+    void ResizeEditingArea(int widthTwips, int heightTwips);
+    QImage SlideImage() const;
+
+    QWidget* central_;
+    SlideHost* picMain_;
+    QStatusBar* sbMain_;
+    QLabel* statusText_;
+    QWidget* scrollPanel_;
+    QScrollBar* hsSlide_;
+    QPushButton* cmdDelayedResize_;
+    std::unique_ptr<SlideShow> document_;
+    std::unique_ptr<SlideView> view_;
+    std::string fileName_;
+    std::string slideDirectory_;
+    std::string bitmapDirectory_;
+    bool saved_ = true;
+    int currentSlide_ = 0;
+    int frameWidth_ = 0;
+    int frameHeight_ = 0;
+};
+
+}  // namespace kvo

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <QtWidgets/QWidget>
+
+#include <functional>
+#include <set>
+
+#include "view/Surfaces.h"
+
+namespace kvo {
+
+class SlideView;
+class IconWidget;
+
+// picMain: the surface the slide view draws on, with the icon surfaces as
+// child widgets and the drag feedback on a transparent layer above them.
+class SlideHost final : public QWidget, public HostSurface {
+    Q_OBJECT
+public:
+    static constexpr int kMaxIcons = 1000;
+
+    explicit SlideHost(QWidget* parent);
+    ~SlideHost() override;
+
+    // The view that paints here and takes the mouse; nullptr for none.
+    void SetView(SlideView* view) { view_ = view; }
+    SlideView* View() const { return view_; }
+
+    int32_t Width() const override;
+    int32_t Height() const override;
+    double TwipsPerPixelX() const override;
+    double TwipsPerPixelY() const override;
+    QPoint ScreenOrigin() const override { return mapToGlobal(QPoint(0, 0)); }
+    void Refresh() override { update(); }
+    void SetBackColor(const QColor& color) override;
+    void SetPointer(Pointer pointer) override;
+    void ShowFeedback(const std::vector<QRect>& screenRects) override;
+
+    // The icon surface with the lowest free index from 1 to 1000; empty when all are in use.
+    std::unique_ptr<IconSurface> CreateIcon();
+    void ReleaseIndex(int16_t index) { used_.erase(index); }
+    // The icon surface holding the mouse during a drag, if any.
+    IconWidget* Captured() const { return captured_; }
+    void SetCaptured(IconWidget* icon) { captured_ = icon; }
+    const std::vector<QRect>& Feedback() const { return feedback_; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    friend class FeedbackLayer;
+    QPoint ToTwips(const QPointF& pixels) const;
+
+    SlideView* view_ = nullptr;
+    std::set<int16_t> used_;
+    IconWidget* captured_ = nullptr;
+    QWidget* feedbackLayer_;
+    std::vector<QRect> feedback_;
+};
+
+// picIcon(n): one icon's box.
+class IconWidget final : public QWidget, public IconSurface {
+    Q_OBJECT
+public:
+    IconWidget(SlideHost& host, int16_t index);
+    ~IconWidget() override;
+
+    int16_t Index() const override { return index_; }
+    int32_t Left() const override;
+    int32_t Top() const override;
+    int32_t Width() const override;
+    int32_t Height() const override;
+    void Move(int32_t left, int32_t top) override;
+    void Resize(int32_t width, int32_t height) override;
+    void SetVisible(bool visible) override { setVisible(visible); }
+    void Refresh() override { update(); }
+    QRect ScreenRect() const override { return QRect(mapToGlobal(QPoint(0, 0)), size()); }
+    void Capture() override;
+    void ReleaseCapture() override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+
+private:
+    QPoint ToTwips(const QPointF& pixels) const;
+
+    SlideHost& host_;
+    int16_t index_;
+};
+
+// Mouse buttons and modifier keys as the views count them.
+int ButtonBits(Qt::MouseButtons buttons);
+int ShiftBits(Qt::KeyboardModifiers modifiers);
+
+}  // namespace kvo
