@@ -456,7 +456,9 @@ void FormMain::FileCopyImage() {
 void FormMain::ResizeEditingArea(int widthTwips, int heightTwips) {
     const int width = static_cast<int>(std::lround(widthTwips / picMain_->TwipsPerPixelX()));
     const int height = static_cast<int>(std::lround(heightTwips / picMain_->TwipsPerPixelY()));
-    resize(this->width() + width - picMain_->width(), this->height() + height - picMain_->height());
+    // From the central area, not picMain: below the lower bound picMain is larger than the window.
+    const int editingHeight = central_->height() - sbMain_->sizeHint().height();
+    resize(this->width() + width - central_->width(), this->height() + height - editingHeight);
 }
 
 void FormMain::Screen640() { ResizeEditingArea(9600, 6090); }

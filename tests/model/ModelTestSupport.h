@@ -51,12 +51,35 @@ public:
         return answer;
     }
 
+    Answer Ask(const std::string& text, const std::string& title, bool withCancel) override {
+        questions.push_back({text, title, MessageKind::Question});
+        if (answersToAsk.empty()) return withCancel ? Answer::Cancel : Answer::No;
+        const Answer answer = answersToAsk.front();
+        answersToAsk.erase(answersToAsk.begin());
+        return answer;
+    }
+    std::optional<std::string> ChooseOpenFile(const FileChoice& choice) override { return NextFile(choice); }
+    std::optional<std::string> ChooseSaveFile(const FileChoice& choice) override { return NextFile(choice); }
+
     std::vector<Shown> shown;
+    std::vector<Shown> questions;
+    std::vector<Answer> answersToAsk;
+    std::vector<FileChoice> fileDialogs;
+    std::vector<std::optional<std::string>> files;  // answers to file dialogs, in order; then cancel
     std::vector<Shown> askedText;
     std::string lastDefault;
     std::vector<std::optional<std::string>> texts;
     std::vector<std::string> asked;
     std::vector<OverwriteAnswer> answers;
+
+private:
+    std::optional<std::string> NextFile(const FileChoice& choice) {
+        fileDialogs.push_back(choice);
+        if (files.empty()) return std::nullopt;
+        const std::optional<std::string> answer = files.front();
+        files.erase(files.begin());
+        return answer;
+    }
 };
 
 // A host report scripted by the test: cells by (column, row), and one member

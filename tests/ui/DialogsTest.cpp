@@ -1,0 +1,153 @@
+#include <gtest/gtest.h>
+
+#include <QtTest/QTest>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QTabBar>
+
+#include "UiTestSupport.h"
+#include "model/ExportPackage.h"
+#include "model/ModelTestSupport.h"
+#include "model/SlideShow.h"
+#include "services/Help.h"
+#include "services/Paths.h"
+#include "services/Language.h"
+#include "services/StringIds.h"
+#include "ui/FormExport.h"
+#include "ui/FormHelp.h"
+#include "ui/FormImport.h"
+#include "ui/FormOverwrite.h"
+#include "ui/FormProperties.h"
+
+namespace kvo {
+namespace {
+
+class DialogsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        SetLanguage(1033);
+        InitResources();
+    }
+    test::TempDir dir_;
+    test::RecordingPrompt prompt_;
+};
+
+template <typename T>
+T& Child(QWidget& parent, const char* name) {
+    T* child = parent.findChild<T*>(name);
+    if (child == nullptr) throw std::runtime_error(std::string("no control ") + name);
+    return *child;
+}
+
+TEST_F(DialogsTest, ExportProposesThePackageAndNeedsAName) {
+    FormExport dialog("C:\\Shows\\Line1.pdz");
+    EXPECT_EQ(Child<QLineEdit>(dialog, "txtFileName").text().toStdString(), "C:\\Shows\\Line1.exp");
+    EXPECT_EQ(dialog.windowTitle().toStdString(), LoadResString(Str::ExportTitle));
+    auto& ok = Child<QPushButton>(dialog, "cmdOK");
+    EXPECT_TRUE(ok.isEnabled());
+    Child<QLineEdit>(dialog, "txtFileName").clear();
+    EXPECT_FALSE(ok.isEnabled());
+    QTest::keyClicks(&Child<QLineEdit>(dialog, "txtFileName"), "/tmp/x.exp");
+    QTest::keyClicks(&Child<QLineEdit>(dialog, "txtComment"), "for line 4");
+    ok.click();
+    EXPECT_TRUE(dialog.Accepted());
+    EXPECT_EQ(dialog.PackagePath(), "/tmp/x.exp");
+    EXPECT_EQ(dialog.Comment(), "for line 4");
+    FormExport other("/srv/Line1.txt");
+    EXPECT_EQ(other.PackagePath(), "/srv/Line1.txt.exp");
+}
+
+TEST_F(DialogsTest, ImportReadsTheHeaderAndAsksBeforeReplacingTheTarget) {
+    SlideShow show;
+    show.SaveToFile(dir_.File("line.pdz"));
+    ExportSlideShow(dir_.File("line.pdz"), dir_.File("line.exp"), "second station");
+    test::WriteFile(dir_.File("not-a-package.exp"), "hello");
+
+    FormImport dialog;
+    auto& ok = Child<QPushButton>(dialog, "cmdOK");
+    auto& file = Child<QLineEdit>(dialog, "txtFileName");
+    EXPECT_FALSE(ok.isEnabled());
+    file.setText(QString::fromStdString(dir_.File("not-a-package.exp")));  // error 1005, caught inside
+    EXPECT_FALSE(ok.isEnabled());
+    EXPECT_TRUE(Child<QLineEdit>(dialog, "txtComment").text().isEmpty());
+    file.setText(QString::fromStdString(dir_.File("line.exp")));
+    EXPECT_TRUE(ok.isEnabled());
+    EXPECT_EQ(Child<QLineEdit>(dialog, "txtComment").text().toStdString(), "second station");
+    EXPECT_EQ(dialog.TargetPath(), dir_.File("line.pdz"));
+    EXPECT_FALSE(Child<QLineEdit>(dialog, "txtDate").text().isEmpty());
+
+    prompt_.answersToAsk = {Answer::No};
+    ok.click();  // the target exists: No keeps the dialog open
+    EXPECT_FALSE(dialog.Accepted());
+    ASSERT_EQ(prompt_.questions.size(), 1u);
+    EXPECT_EQ(prompt_.questions[0].text, FormatResString(Str::ImportTargetExists, {dir_.File("line.pdz")}));
+    prompt_.answersToAsk = {Answer::Yes};
+    ok.click();
+    EXPECT_TRUE(dialog.Accepted());
+}
+
+TEST_F(DialogsTest, OverwriteHasFourAnswers) {
+    const struct {
+        const char* button;
+        bool overwrite;
+        bool askAgain;
+    } cases[] = {{"cmdYes", true, true}, {"cmdYesAll", true, false}, {"cmdNo", false, true}, {"cmdNoAll", false, false}};
+    for (const auto& c : cases) {
+        FormOverwrite dialog("/srv/pictures/pic.bmp");
+        EXPECT_EQ(Child<QLabel>(dialog, "lblPrompt").text().toStdString(),
+                  FormatResString(Str::OverwritePrompt, {"/srv/pictures/pic.bmp"}));
+        Child<QPushButton>(dialog, c.button).click();
+        EXPECT_EQ(dialog.Overwrite(), c.overwrite) << c.button;
+        EXPECT_EQ(dialog.AskAgain(), c.askAgain) << c.button;
+    }
+}
+
+TEST_F(DialogsTest, PropertiesCountAndRefuseAMissingHelpFile) {
+    SlideShow show;
+    show.SetName("Housing");
+    for (int s = 0; s < 2; ++s) {
+        Slide& slide = show.Slides().Add();
+        for (int i = 0; i < 3; ++i) {
+            Icon& icon = slide.Icons().Add();
+            icon.Values().Add();
+            icon.Values().Add();
+        }
+    }
+    FormProperties dialog(show);
+    EXPECT_EQ(Child<QLabel>(dialog, "lblSlideCount").text().toStdString(), FormatResString(Str::PropertiesSlideCount, {2}));
+    EXPECT_EQ(Child<QLabel>(dialog, "lblIconCount").text().toStdString(), FormatResString(Str::PropertiesIconCount, {6}));
+    EXPECT_EQ(Child<QLabel>(dialog, "lblValueCount").text().toStdString(), FormatResString(Str::PropertiesValueCount, {12}));
+    EXPECT_EQ(Child<QLineEdit>(dialog, "txtName").text().toStdString(), "Housing");
+    EXPECT_EQ(Child<QLineEdit>(dialog, "txtHelpTopic").text().toStdString(), "0");
+
+    Child<QLineEdit>(dialog, "txtName").setText("Renamed");
+    Child<QLineEdit>(dialog, "txtHelpFile").setText(QString::fromStdString(dir_.File("missing.html")));
+    Child<QPushButton>(dialog, "cmdOK").click();
+    ASSERT_EQ(prompt_.shown.size(), 1u);
+    EXPECT_EQ(prompt_.shown[0].text, LoadResString(Str::HelpFileMissing));
+    EXPECT_EQ(show.Name(), "Housing");  // nothing stored
+
+    Child<QLineEdit>(dialog, "txtHelpFile").clear();
+    Child<QLineEdit>(dialog, "txtHelpTopic").setText("12");
+    Child<QPushButton>(dialog, "cmdOK").click();
+    EXPECT_EQ(show.Name(), "Renamed");
+    EXPECT_EQ(show.HelpTopic(), 12);
+    EXPECT_EQ(show.HelpFile(), "");
+}
+
+TEST_F(DialogsTest, HelpOpensAtTheTopic) {
+    SetEditorDirectory(EditorDataDirectory());
+    ChooseHelpFile(1033, "TV");
+    ASSERT_TRUE(HelpFile().find("ENUTV.html") != std::string::npos) << HelpFile();
+    FormExport dialog("/srv/a.pdz");
+    Child<QPushButton>(dialog, "cmdHelp").click();
+    EXPECT_TRUE(FormHelp::Instance().isVisible());
+    EXPECT_EQ(FormHelp::Instance().CurrentAnchor().toStdString(), "32004");
+    ShowHelpContents(nullptr);
+    EXPECT_EQ(FormHelp::Instance().CurrentAnchor().toStdString(), "contents");
+    FormHelp::Instance().close();
+}
+
+}  // namespace
+}  // namespace kvo

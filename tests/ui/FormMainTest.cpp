@@ -1,0 +1,228 @@
+#include "ui/FormMain.h"
+
+#include <gtest/gtest.h>
+
+#include <QtPrintSupport/QPrinter>
+#include <QtWidgets/QMenuBar>
+#include <QtWidgets/QScrollBar>
+#include <QtWidgets/QStatusBar>
+
+#include <filesystem>
+
+#include "UiTestSupport.h"
+#include "model/ModelTestSupport.h"
+#include "model/SlideShow.h"
+#include "services/Language.h"
+#include "services/Paths.h"
+#include "services/RegEntry.h"
+#include "services/StringIds.h"
+#include "ui/SlideHost.h"
+#include "view/SlideView.h"
+
+namespace kvo {
+namespace {
+
+namespace fs = std::filesystem;
+
+class FormMainTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        SetLanguage(1033);
+        InitResources();
+        const std::string sample = JoinPath(EditorDataDirectory(), "samples/GearHousing.pdz");
+        fs::copy_file(sample, show_);
+    }
+    void TearDown() override {
+        SetLanguage(1033);
+        InitResources();
+    }
+
+    std::unique_ptr<FormMain> Window() {
+        auto window = std::make_unique<FormMain>();
+        window->resize(900, 700);
+        window->show();
+        QApplication::processEvents();
+        return window;
+    }
+
+    test::TempDir dir_;
+    test::ScopedEnv store_{"ORLANVEX_REGISTRY", dir_.File("registry.reg")};
+    std::string show_ = dir_.File("GearHousing.pdz");
+    test::RecordingPrompt prompt_;
+};
+
+TEST_F(FormMainTest, DirectoriesComeFromTheSettingsWithTheirFallbacks) {
+    EXPECT_EQ(Window()->SlideDirectory(), ExecutableDirectory());
+    RegEntry entry;
+    entry.CreateKey("Wexbridge");
+    entry.SetString("DefaultSlideDirectory", dir_.Path());
+    entry.SetString("DefaultBitmapDirectory", dir_.File("no-such-folder"));
+    auto window = Window();
+    EXPECT_EQ(window->SlideDirectory(), dir_.Path());
+    EXPECT_EQ(window->BitmapDirectory(), dir_.Path());  // falls back to the slide directory
+    window->FileOpen();
+    ASSERT_EQ(prompt_.fileDialogs.size(), 1u);
+    EXPECT_EQ(prompt_.fileDialogs[0].directory, dir_.Path());
+    EXPECT_EQ(prompt_.fileDialogs[0].title, LoadResString(Str::OpenTitle));
+}
+
+TEST_F(FormMainTest, OpeningShowsTheDocumentAndItsSlides) {
+    auto window = Window();
+    EXPECT_EQ(window->windowTitle().toStdString(), LoadResString(Str::AppTitle));
+    prompt_.files = {show_};
+    window->FileOpen();
+    EXPECT_EQ(window->windowTitle().toStdString(), LoadResString(Str::AppTitle) + ": GearHousing.pdz");
+    EXPECT_TRUE(window->Saved());
+    EXPECT_EQ(window->CurrentSlide(), 1);
+    EXPECT_EQ(window->SlideScrollBar().maximum(), 3);
+    window->SlideScrollBar().setValue(2);
+    EXPECT_EQ(window->CurrentSlide(), 2);
+    EXPECT_EQ(window->View().CurrentSlide(), &window->Document()->Slides().Item(2));
+    EXPECT_EQ(window->View().Views().Count(), 3);
+    QApplication::processEvents();
+    // The scroll bar lies over the status bar's "scroll" panel.
+    const QRect panel(window->ScrollPanel().mapTo(window->centralWidget(), QPoint(0, 0)), window->ScrollPanel().size());
+    EXPECT_TRUE(panel.contains(window->SlideScrollBar().geometry().center()));
+}
+
+TEST_F(FormMainTest, AFileThatCannotBeReadLeavesTheWindowAsItWas) {
+    auto window = Window();
+    window->OpenDocument(show_);
+    test::WriteFile(dir_.File("bad.pdz"), "BLOCK SlideShow\r\nHELPTOPIC=abc\r\nEND\r\n");
+    EXPECT_FALSE(window->OpenDocument(dir_.File("bad.pdz")));
+    ASSERT_EQ(prompt_.shown.size(), 1u);
+    EXPECT_NE(prompt_.shown[0].text.find("bad.pdz, line 2"), std::string::npos) << prompt_.shown[0].text;
+    EXPECT_NE(prompt_.shown[0].text.find("error 13"), std::string::npos) << prompt_.shown[0].text;
+    EXPECT_EQ(window->FileName(), show_);
+    EXPECT_EQ(window->Document()->Slides().Count(), 3);
+}
+
+TEST_F(FormMainTest, ExitWithChangesAsksAndYesOpensSaveAs) {
+    auto window = Window();
+    window->OpenDocument(show_);
+    window->SignalFileChanged();
+    prompt_.answersToAsk = {Answer::Yes};
+    EXPECT_FALSE(window->close());  // Yes: Save As, and the editor keeps running
+    ASSERT_EQ(prompt_.fileDialogs.size(), 1u);
+    EXPECT_EQ(prompt_.fileDialogs[0].title, LoadResString(Str::SaveAsTitle));
+    EXPECT_TRUE(window->isVisible());
+    prompt_.answersToAsk = {Answer::Cancel};
+    EXPECT_FALSE(window->close());
+    prompt_.answersToAsk = {Answer::No};
+    EXPECT_TRUE(window->close());
+    EXPECT_EQ(prompt_.questions.size(), 3u);
+    EXPECT_EQ(prompt_.questions[0].text, LoadResString(Str::AskSaveChanges));
+}
+
+TEST_F(FormMainTest, AReadOnlyFileIsNeitherWrittenNorCountedAsSaved) {
+    auto window = Window();
+    fs::permissions(show_, fs::perms::owner_read | fs::perms::group_read);
+    window->OpenDocument(show_);
+    ASSERT_EQ(prompt_.shown.size(), 1u);
+    EXPECT_EQ(prompt_.shown[0].text, LoadResString(Str::OpenReadOnly));
+    const std::string before = test::ReadFile(show_);
+    window->SignalFileChanged();
+    window->FileSave();
+    ASSERT_EQ(prompt_.shown.size(), 2u);
+    EXPECT_EQ(prompt_.shown[1].text, LoadResString(Str::SaveReadOnly));
+    EXPECT_EQ(prompt_.shown[1].title, LoadResString(Str::ReadOnlyTitle));
+    EXPECT_FALSE(window->Saved());
+    EXPECT_EQ(test::ReadFile(show_), before);
+    fs::permissions(show_, fs::perms::owner_all);
+}
+
+TEST_F(FormMainTest, PropertiesMarkTheDocumentChangedEvenWhenCancelled) {
+    auto window = Window();
+    window->OpenDocument(show_);
+    test::WhenDialogOpens([](QWidget& dialog) { test::Click(dialog, "cmdCancel"); });
+    window->FileProperties();
+    EXPECT_FALSE(window->Saved());
+    prompt_.answersToAsk = {Answer::Cancel};
+    window->FileClose();  // asks, and Cancel keeps the document
+    EXPECT_EQ(prompt_.questions.size(), 1u);
+    EXPECT_NE(window->Document(), nullptr);
+    prompt_.answersToAsk = {Answer::No};
+    window->FileClose();
+    EXPECT_EQ(window->Document(), nullptr);
+    EXPECT_EQ(window->windowTitle().toStdString(), LoadResString(Str::AppTitle));
+    EXPECT_EQ(window->SlideScrollBar().maximum(), 0);
+    EXPECT_TRUE(window->Saved());
+}
+
+TEST_F(FormMainTest, NewAsksBeforeUsingAnExistingFile) {
+    auto window = Window();
+    prompt_.files = {show_};
+    prompt_.answersToAsk = {Answer::No};
+    window->FileNew();
+    EXPECT_EQ(window->Document(), nullptr);
+    EXPECT_EQ(prompt_.questions[0].text, FormatResString(Str::NewFileExists, {show_}));
+    prompt_.files = {dir_.File("fresh.pdz")};
+    window->FileNew();
+    ASSERT_NE(window->Document(), nullptr);
+    EXPECT_EQ(window->FileName(), dir_.File("fresh.pdz"));
+    EXPECT_EQ(window->Document()->Slides().Count(), 0);
+    window->FileSave();
+    EXPECT_TRUE(fs::exists(dir_.File("fresh.pdz")));
+}
+
+TEST_F(FormMainTest, SavingKeepsTheFormatAndAFailedSaveLosesNothing) {
+    auto window = Window();
+    window->OpenDocument(show_);
+    prompt_.files = {dir_.File("copy.pdx")};
+    window->FileSaveBinary();
+    EXPECT_EQ(window->FileName(), dir_.File("copy.pdx"));
+    EXPECT_EQ(test::ReadFile(dir_.File("copy.pdx")).substr(0, 7), "PDXFILE");
+    window->Document()->SetName("changed");
+    window->SignalFileChanged();
+    window->FileSave();  // in the document's own format
+    EXPECT_TRUE(window->Saved());
+    EXPECT_EQ(test::ReadFile(dir_.File("copy.pdx")).substr(0, 7), "PDXFILE");
+
+    window->SignalFileChanged();
+    prompt_.files = {dir_.File("no-such-folder/x.pdz")};
+    window->FileSaveAs();
+    EXPECT_FALSE(window->Saved());
+    EXPECT_EQ(window->FileName(), dir_.File("copy.pdx"));
+    EXPECT_EQ(window->Document()->Name(), "changed");
+    EXPECT_EQ(prompt_.shown.back().title, LoadResString(Str::FileErrorTitle));
+}
+
+TEST_F(FormMainTest, WindowLayoutHasALowerBoundAndScreenSizes) {
+    auto window = Window();
+    window->resize(40, 40);
+    QApplication::processEvents();
+    const SlideHost& host = window->Host();
+    EXPECT_GE(host.width(), 2000 / 15);
+    EXPECT_GE(host.height() + window->findChild<QStatusBar*>("sbMain")->height(), 1000 / 15);
+    window->Screen640();
+    QApplication::processEvents();
+    EXPECT_EQ(host.size(), QSize(640, 406));
+    window->Screen800();
+    QApplication::processEvents();
+    EXPECT_EQ(host.size(), QSize(800, 515));
+}
+
+TEST_F(FormMainTest, PrintingToPdfWorksWithoutAPrinter) {
+    auto window = Window();
+    window->OpenDocument(show_);
+    QPrinter printer;
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(QString::fromStdString(dir_.File("slide.pdf")));
+    window->PrintSlide(printer);
+    ASSERT_TRUE(fs::exists(dir_.File("slide.pdf")));
+    EXPECT_GT(fs::file_size(dir_.File("slide.pdf")), 1000u);
+    prompt_.files = {dir_.File("slide")};
+    window->FileCapture();
+    EXPECT_TRUE(fs::exists(dir_.File("slide.png")));
+}
+
+TEST_F(FormMainTest, MenusSpeakTheLanguageOfTheSettings) {
+    SetLanguage(1031);
+    auto window = Window();
+    EXPECT_EQ(window->menuBar()->actions()[0]->text().toStdString(), "&Datei");
+    EXPECT_EQ(window->findChild<QAction*>("mnuFileSaveAs")->text().toStdString(), "Speichern &unter...");
+    EXPECT_EQ(window->windowTitle().toStdString(), "KVO-Editor");
+}
+
+}  // namespace
+}  // namespace kvo
