@@ -1,5 +1,9 @@
 // kvoeditor [SHOW]: the slide show editor.
+#include <QtCore/QTimer>
+#include <QtGui/QPaintEvent>
 #include <QtWidgets/QApplication>
+
+#include <cstdlib>
 
 #include "services/Error.h"
 #include "services/Help.h"
@@ -7,7 +11,21 @@
 #include "services/Startup.h"
 #include "services/StringIds.h"
 #include "ui/FormMain.h"
+#include "ui/SlideHost.h"
 #include "ui/QtPrompt.h"
+
+namespace {
+
+// For the start-up benchmark: ends the program once the slide has been painted.
+class QuitAfterFirstPaint final : public QObject {
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Paint) QTimer::singleShot(0, qApp, &QApplication::quit);
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+}  // namespace
 
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
@@ -38,6 +56,8 @@ int main(int argc, char** argv) {
         kvo::CurrentPrompt().Message(kvo::FormatResString(kvo::Str::StartupErrorMessage, {problem}),
                                      kvo::LoadResString(kvo::Str::AppTitle), kvo::MessageKind::Exclamation);
     if (argc > 1) window.OpenDocument(argv[1]);
+    QuitAfterFirstPaint quitter;
+    if (std::getenv("KVO_QUIT_AFTER_FIRST_PAINT") != nullptr) window.Host().installEventFilter(&quitter);
     const int status = QApplication::exec();
     kvo::SetCurrentPrompt(nullptr);
     return status;

@@ -36,6 +36,7 @@ FormExport::FormExport(const std::string& showPath, QWidget* parent)
     commentLabel->setBuddy(comment_);
     auto* browse = new QPushButton("...", this);
     browse->setObjectName("cmdBrowse");
+    browse->setMaximumWidth(40);
     ok_ = CaptionedButton<QPushButton>(this, "cmdOK", Str::ButtonOK);
     auto* cancel = CaptionedButton<QPushButton>(this, "cmdCancel", Str::ButtonCancel);
     auto* help = CaptionedButton<QPushButton>(this, "cmdHelp", Str::ButtonHelp);

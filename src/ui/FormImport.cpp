@@ -50,8 +50,10 @@ FormImport::FormImport(QWidget* parent)
 
     auto* browse = new QPushButton("...", this);
     browse->setObjectName("cmdBrowse");
+    browse->setMaximumWidth(40);
     auto* browseTarget = new QPushButton("...", this);
     browseTarget->setObjectName("cmdBrowseTarget");
+    browseTarget->setMaximumWidth(40);
     auto* frame = new QGroupBox(Caption(Str::ImportFrame), this);
     frame->setObjectName("fraImport");
     auto* header = new QGridLayout(frame);

@@ -75,6 +75,7 @@ FormProperties::FormProperties(SlideShow& show, QWidget* parent)
     name_->setMinimumWidth(360);
     auto* browse = new QPushButton("...", general);
     browse->setObjectName("cmdBrowse");
+    browse->setMaximumWidth(40);
     grid->addWidget(browse, 3, 2);
     grid->setRowStretch(row, 1);
 
