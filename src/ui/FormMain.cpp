@@ -1,6 +1,9 @@
 #include "FormMain.h"
 
 #include <QtCore/QFileInfo>
+#include <QtCore/QFileSystemWatcher>
+#include <QtCore/QUrl>
+#include <QtGui/QDesktopServices>
 
 #include <cmath>
 
@@ -20,11 +23,13 @@
 #include "FormExport.h"
 #include "FormHelp.h"
 #include "FormImport.h"
+#include "FormPosition.h"
 #include "FormProperties.h"
 #include "LanguageFont.h"
 #include "SlideHost.h"
 #include "model/ExportPackage.h"
 #include "model/SlideShow.h"
+#include "services/Convert.h"
 #include "services/Error.h"
 #include "services/Language.h"
 #include "services/Paths.h"
@@ -34,6 +39,7 @@
 #include "services/Text.h"
 #include "view/IconView.h"
 #include "view/OffscreenSurfaces.h"
+#include "view/Picture.h"
 #include "view/SlideView.h"
 
 namespace kvo {
@@ -103,6 +109,12 @@ void FormMain::BuildControls() {
     cmdDelayedResize_ = new QPushButton(central_);
     cmdDelayedResize_->setObjectName("cmdDelayedResize");
     cmdDelayedResize_->hide();
+    pictureWatcher_ = new QFileSystemWatcher(this);
+    connect(pictureWatcher_, &QFileSystemWatcher::fileChanged, this, [this](const QString& file) {
+        // An editor may save by replacing the file: watch the new one too.
+        if (!pictureWatcher_->files().contains(file) && QFileInfo::exists(file)) pictureWatcher_->addPath(file);
+        if (Slide* slide = Current(); slide != nullptr && QString::fromStdString(slide->PictureFile()) == file) view_->ReloadPicture();
+    });
     connect(cmdDelayedResize_, &QPushButton::clicked, this, [this] {
         const QRect panel(scrollPanel_->mapTo(central_, QPoint(0, 0)), scrollPanel_->size());
         hsSlide_->setGeometry(panel.adjusted(1, 2, -1, -2));
@@ -140,12 +152,28 @@ void FormMain::BuildMenus() {
 
     QMenu* slide = menuBar()->addMenu(Text(Str::MenuSlide));
     slide->setObjectName("mnuSlide");
-    action(slide, "mnuSlideFirst", Str::MenuSlideFirst, [this] { ShowSlide(1); });
-    action(slide, "mnuSlidePrevious", Str::MenuSlidePrevious, [this] { ShowSlide(currentSlide_ - 1); });
-    action(slide, "mnuSlideNext", Str::MenuSlideNext, [this] { ShowSlide(currentSlide_ + 1); });
-    action(slide, "mnuSlideLast", Str::MenuSlideLast, [this] {
-        if (document_) ShowSlide(document_->Slides().Count());
-    });
+    action(slide, "mnuSlideFirst", Str::MenuSlideFirst, &FormMain::SlideFirst, QKeySequence(Qt::Key_Home));
+    action(slide, "mnuSlidePrevious", Str::MenuSlidePrevious, &FormMain::SlidePrevious, QKeySequence(Qt::Key_PageUp));
+    action(slide, "mnuSlideNext", Str::MenuSlideNext, &FormMain::SlideNext, QKeySequence(Qt::Key_PageDown));
+    action(slide, "mnuSlideLast", Str::MenuSlideLast, &FormMain::SlideLast, QKeySequence(Qt::Key_End));
+    slide->addSeparator();
+    action(slide, "mnuSlideAdd", Str::MenuSlideAdd, &FormMain::SlideAdd);
+    action(slide, "mnuSlideInsert", Str::MenuSlideInsert, &FormMain::SlideInsert);
+    action(slide, "mnuSlideRemove", Str::MenuSlideRemove, &FormMain::SlideRemove);
+    action(slide, "mnuSlideUp", Str::MenuSlideUp, &FormMain::SlideUp);
+    action(slide, "mnuSlideDown", Str::MenuSlideDown, &FormMain::SlideDown);
+    slide->addSeparator();
+    action(slide, "mnuSlideTitle", Str::MenuSlideTitle, &FormMain::SlideTitle);
+    action(slide, "mnuSlideHelpTopic", Str::MenuSlideHelpTopic, &FormMain::SlideHelpTopic);
+
+    QMenu* back = menuBar()->addMenu(Text(Str::MenuBack));
+    back->setObjectName("mnuBack");
+    action(back, "mnuBackSet", Str::MenuBackSet, &FormMain::BackSet);
+    action(back, "mnuBackClear", Str::MenuBackClear, &FormMain::BackClear);
+    action(back, "mnuBackColor", Str::MenuBackColor, &FormMain::BackColor);
+    action(back, "mnuBackPosition", Str::MenuBackPosition, &FormMain::BackPosition);
+    action(back, "mnuBackUpdate", Str::MenuBackUpdate, &FormMain::BackUpdate);
+    action(back, "mnuBackEdit", Str::MenuBackEdit, &FormMain::BackEdit);
 
     QMenu* view = menuBar()->addMenu(Text(Str::MenuScreen));
     view->setObjectName("mnuScreen");
@@ -203,10 +231,35 @@ void FormMain::UpdateEnabling() {
                              "mnuFileExport", "mnuFilePrint", "mnuFileCapture", "mnuFileCopyImage"})
         findChild<QAction*>(name)->setEnabled(open);
     const int count = open ? document_->Slides().Count() : 0;
+    const bool current = Current() != nullptr;
     findChild<QAction*>("mnuSlideFirst")->setEnabled(currentSlide_ > 1);
     findChild<QAction*>("mnuSlidePrevious")->setEnabled(currentSlide_ > 1);
     findChild<QAction*>("mnuSlideNext")->setEnabled(currentSlide_ < count);
     findChild<QAction*>("mnuSlideLast")->setEnabled(currentSlide_ < count);
+    findChild<QAction*>("mnuSlideAdd")->setEnabled(open);
+    findChild<QAction*>("mnuSlideInsert")->setEnabled(open);
+    findChild<QAction*>("mnuSlideRemove")->setEnabled(count > 1);
+    // Moving is offered only where there is a neighbour to change places with.
+    findChild<QAction*>("mnuSlideUp")->setEnabled(current && currentSlide_ > 1);
+    findChild<QAction*>("mnuSlideDown")->setEnabled(current && currentSlide_ < count);
+    for (const char* name : {"mnuSlideTitle", "mnuSlideHelpTopic", "mnuBackSet", "mnuBackClear", "mnuBackColor", "mnuBackPosition",
+                             "mnuBackUpdate"})
+        findChild<QAction*>(name)->setEnabled(current);
+    findChild<QAction*>("mnuBackEdit")->setEnabled(current && !Current()->PictureFile().empty());
+}
+
+Slide* FormMain::Current() const {
+    if (!document_ || currentSlide_ < 1 || currentSlide_ > document_->Slides().Count()) return nullptr;
+    return &document_->Slides().Item(currentSlide_);
+}
+
+void FormMain::UpdateSlideRange() {
+    const int count = document_ ? document_->Slides().Count() : 0;
+    hsSlide_->blockSignals(true);
+    hsSlide_->setRange(count > 0 ? 1 : 0, count);
+    hsSlide_->setValue(currentSlide_);
+    hsSlide_->setEnabled(count > 1);
+    hsSlide_->blockSignals(false);
 }
 
 bool FormMain::AskToSave() {
@@ -236,27 +289,153 @@ void FormMain::ShowDocument(std::unique_ptr<SlideShow> show, const std::string& 
     currentSlide_ = 0;
     UpdateCaption();
     statusText_->clear();
-    const int count = document_->Slides().Count();
-    hsSlide_->blockSignals(true);
-    hsSlide_->setRange(count > 0 ? 1 : 0, count);
-    hsSlide_->setValue(count > 0 ? 1 : 0);
-    hsSlide_->setEnabled(count > 1);
-    hsSlide_->blockSignals(false);
-    if (count > 0) ShowSlide(1);
+    UpdateSlideRange();
+    if (document_->Slides().Count() > 0) ShowSlide(1);
     saved_ = true;
     UpdateEnabling();
 }
 
-void FormMain::ShowSlide(int number) {
+void FormMain::ShowSlide(int number, bool force) {
     if (!document_ || number < 1 || number > document_->Slides().Count()) return;
-    if (number == currentSlide_ && view_->CurrentSlide() != nullptr) return;
+    if (!force && number == currentSlide_ && view_->CurrentSlide() != nullptr) return;  // nothing moves: no repaint
     currentSlide_ = number;
     view_->SetSlide(&document_->Slides().Item(number));
-    hsSlide_->blockSignals(true);
-    hsSlide_->setValue(number);
-    hsSlide_->blockSignals(false);
+    UpdateSlideRange();
     UpdateStatus();
     UpdateEnabling();
+}
+
+void FormMain::SlideFirst() { ShowSlide(1); }
+
+void FormMain::SlideLast() {
+    if (document_) ShowSlide(document_->Slides().Count());
+}
+
+void FormMain::SlideNext() {
+    if (document_ && currentSlide_ < document_->Slides().Count()) ShowSlide(currentSlide_ + 1);
+}
+
+void FormMain::SlidePrevious() {
+    if (currentSlide_ > 1) ShowSlide(currentSlide_ - 1);
+}
+
+void FormMain::SlideAdd() {
+    if (!document_) return;
+    SlideCollection& slides = document_->Slides();
+    if (Current() != nullptr) slides.Add(currentSlide_);
+    else slides.Add();
+    ShowSlide(Current() != nullptr ? currentSlide_ + 1 : slides.Count(), true);
+    SignalFileChanged();
+}
+
+void FormMain::SlideInsert() {
+    if (!document_) return;
+    SlideCollection& slides = document_->Slides();
+    if (Current() == nullptr) {
+        slides.Insert();
+        ShowSlide(slides.Count(), true);
+    } else {
+        slides.Insert(currentSlide_);
+        // The number steps back by one unless it is 1, as it always has.
+        ShowSlide(currentSlide_ > 1 ? currentSlide_ - 1 : currentSlide_, true);
+    }
+    SignalFileChanged();
+}
+
+void FormMain::SlideRemove() {
+    Slide* slide = Current();
+    if (slide == nullptr || document_->Slides().Count() <= 1) return;  // the last slide stays
+    if (CurrentPrompt().Ask(FormatResString(Str::RemoveSlidePrompt, {slide->Name()}), S(Str::ConfirmTitle), false) != Answer::Yes)
+        return;
+    const int removed = currentSlide_;
+    const int next = removed == document_->Slides().Count() ? removed - 1 : removed;
+    view_->SetSlide(nullptr);  // the view lets go of the slide before it goes
+    document_->Slides().Remove(removed);
+    ShowSlide(next, true);
+    SignalFileChanged();
+}
+
+void FormMain::SlideUp() {
+    if (Current() == nullptr || currentSlide_ <= 1) return;
+    ShowSlide(document_->Slides().MoveUp(currentSlide_), true);
+    SignalFileChanged();
+}
+
+void FormMain::SlideDown() {
+    if (Current() == nullptr || currentSlide_ >= document_->Slides().Count()) return;
+    ShowSlide(document_->Slides().MoveDown(currentSlide_), true);
+    SignalFileChanged();
+}
+
+void FormMain::SlideTitle() {
+    if (Current() != nullptr) view_->UpdateTitle();
+}
+
+void FormMain::SlideHelpTopic() {
+    Slide* slide = Current();
+    if (slide == nullptr) return;
+    const auto answer = CurrentPrompt().AskText(S(Str::HelpTopicPrompt), S(Str::HelpTopicTitle), std::to_string(slide->HelpTopic()));
+    if (!answer || answer->empty()) return;
+    try {
+        slide->SetHelpTopic(ToInteger(*answer));
+    } catch (const Error& error) {
+        CurrentPrompt().Message(error.Description(), S(Str::HelpTopicTitle), MessageKind::Exclamation);
+    }
+}
+
+void FormMain::BackSet() {
+    if (Current() == nullptr) return;
+    const auto file = CurrentPrompt().ChooseOpenFile({S(Str::BackgroundTitle), S(Str::PictureFilter), bitmapDirectory_, ""});
+    if (!file || file->empty()) return;
+    view_->SetBackgroundPicture(*file);
+    UpdateStatus();
+    UpdateEnabling();
+}
+
+void FormMain::BackClear() {
+    if (Current() == nullptr) return;
+    view_->SetBackgroundPicture("");
+    UpdateEnabling();
+}
+
+void FormMain::BackColor() {
+    Slide* slide = Current();
+    if (slide == nullptr) return;
+    if (const auto color = CurrentPrompt().ChooseColor(slide->BackColor())) view_->SetBackColor(*color);
+}
+
+void FormMain::BackUpdate() {
+    if (Current() != nullptr) view_->ReloadPicture();
+}
+
+void FormMain::BackPosition() {
+    Slide* slide = Current();
+    if (slide == nullptr) return;
+    try {
+        view_->LoadPicture();
+    } catch (const Error&) {
+        // Placed all the same: the notice shows where the picture would be.
+    }
+    const QRect picture = view_->PictureRect();
+    const double aspect = picture.height() > 0 ? static_cast<double>(picture.width()) / picture.height() : 1.0;
+    // A metafile scales with the slide; a bitmap keeps its size and only moves.
+    const bool confirmed = view_->IsScaleable()
+                               ? FormPosition::PositionScaleable(*slide, aspect, this)
+                               : FormPosition::PositionFixed(*slide, 1.0 / std::max(view_->CurrentWidthRatio(), 1e-9),
+                                                             1.0 / std::max(view_->CurrentHeightRatio(), 1e-9), aspect, this);
+    if (!confirmed) return;
+    view_->UpdateSlide();
+    for (const auto& iconView : view_->Views()) iconView->RefreshView();
+    SignalFileChanged();
+}
+
+void FormMain::BackEdit() {
+    Slide* slide = Current();
+    if (slide == nullptr || slide->PictureFile().empty()) return;
+    const QString file = QString::fromStdString(slide->PictureFile());
+    if (!pictureWatcher_->files().contains(file)) pictureWatcher_->addPath(file);
+    // The desktop knows which application edits bitmaps and which metafiles.
+    QDesktopServices::openUrl(QUrl::fromLocalFile(file));
 }
 
 void FormMain::FileNew() {
@@ -343,10 +522,7 @@ void FormMain::ClearWindow() {
     fileName_.clear();
     currentSlide_ = 0;
     UpdateCaption();
-    hsSlide_->blockSignals(true);
-    hsSlide_->setRange(0, 0);
-    hsSlide_->setEnabled(false);
-    hsSlide_->blockSignals(false);
+    UpdateSlideRange();
     saved_ = true;
     UpdateEnabling();
 }

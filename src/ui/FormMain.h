@@ -8,6 +8,7 @@
 #include "view/Surfaces.h"
 
 class QAction;
+class QFileSystemWatcher;
 class QLabel;
 class QPrinter;
 class QPushButton;
@@ -18,6 +19,7 @@ namespace kvo {
 
 class Error;
 class SlideHost;
+class Slide;
 class SlideShow;
 class SlideView;
 
@@ -52,7 +54,28 @@ public:
     void Screen640();
     void Screen800();
     void HelpContents();
-    void ShowSlide(int number);
+    // Shows slide number, once more even when it is the current one if force.
+    void ShowSlide(int number, bool force = false);
+
+    void SlideFirst();
+    void SlidePrevious();
+    void SlideNext();
+    void SlideLast();
+    void SlideAdd();
+    void SlideInsert();
+    void SlideRemove();
+    void SlideUp();
+    void SlideDown();
+    void SlideTitle();
+    void SlideHelpTopic();
+    void BackSet();
+    void BackClear();
+    void BackColor();
+    void BackUpdate();
+    void BackPosition();
+    // Opens the picture in the application the desktop has for it, and shows
+    // every edit saved there.
+    void BackEdit();
 
     bool Saved() const { return saved_; }
     const std::string& FileName() const { return fileName_; }
@@ -81,6 +104,8 @@ private:
     void UpdateCaption();
     void UpdateStatus();
     void UpdateEnabling();
+    void UpdateSlideRange();
+    Slide* Current() const;
     void ArrangeControls();
     void ResizeEditingArea(int widthTwips, int heightTwips);
     QImage SlideImage() const;
@@ -92,6 +117,7 @@ private:
     QWidget* scrollPanel_;
     QScrollBar* hsSlide_;
     QPushButton* cmdDelayedResize_;
+    QFileSystemWatcher* pictureWatcher_;
     std::unique_ptr<SlideShow> document_;
     std::unique_ptr<SlideView> view_;
     std::string fileName_;

@@ -1,0 +1,213 @@
+#include <gtest/gtest.h>
+
+#include <QtCore/QBuffer>
+#include <QtGui/QImage>
+#include <QtTest/QTest>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QScrollBar>
+
+#include <filesystem>
+
+#include "UiTestSupport.h"
+#include "model/ModelTestSupport.h"
+#include "model/SlideShow.h"
+#include "services/Language.h"
+#include "services/Paths.h"
+#include "services/StringIds.h"
+#include "ui/FormMain.h"
+#include "ui/FormPosition.h"
+#include "view/SlideView.h"
+
+namespace kvo {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Bmp(int width, int height) {
+    QImage image(width, height, QImage::Format_RGB888);
+    image.fill(Qt::darkGray);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "BMP");
+    return bytes.toStdString();
+}
+
+class SlideCommandsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        SetLanguage(1033);
+        InitResources();
+        SlideShow show;
+        for (const char* name : {"A", "B", "C"}) show.Slides().Add().SetName(name);
+        show.SaveToFile(file_);
+        window_.resize(900, 700);
+        window_.show();
+        window_.OpenDocument(file_);
+    }
+
+    std::string Names() const {
+        std::string names;
+        for (const auto& slide : window_.Document()->Slides()) names += slide->Name();
+        return names;
+    }
+    std::string Shown() const { return window_.View().CurrentSlide()->Name(); }
+
+    test::TempDir dir_;
+    test::ScopedEnv store_{"ORLANVEX_REGISTRY", dir_.File("registry.reg")};
+    std::string file_ = dir_.File("show.pdz");
+    test::RecordingPrompt prompt_;
+    FormMain window_;
+};
+
+TEST_F(SlideCommandsTest, NavigationMovesOnlyWhereThereIsASlide) {
+    window_.SlideNext();
+    EXPECT_EQ(Shown(), "B");
+    window_.SlideLast();
+    EXPECT_EQ(window_.CurrentSlide(), 3);
+    const Slide* shown = window_.View().CurrentSlide();
+    window_.SlideNext();  // on the last slide: nothing moves
+    EXPECT_EQ(window_.View().CurrentSlide(), shown);
+    EXPECT_EQ(window_.CurrentSlide(), 3);
+    window_.SlideFirst();
+    window_.SlidePrevious();
+    EXPECT_EQ(window_.CurrentSlide(), 1);
+    window_.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window_));
+    QTest::keyClick(&window_, Qt::Key_PageDown);
+    EXPECT_EQ(window_.CurrentSlide(), 2);
+    QTest::keyClick(&window_, Qt::Key_End);
+    EXPECT_EQ(window_.CurrentSlide(), 3);
+    window_.SlideScrollBar().setValue(1);
+    EXPECT_EQ(Shown(), "A");
+    EXPECT_TRUE(window_.Saved());
+}
+
+TEST_F(SlideCommandsTest, AddAndInsertFollowTheirNumberRules) {
+    window_.SlideAdd();  // after slide 1
+    EXPECT_EQ(window_.CurrentSlide(), 2);
+    EXPECT_EQ(Shown(), LoadResString(Str::NewSlideName));
+    EXPECT_FALSE(window_.Saved());
+    window_.SlideFirst();
+    window_.SlideInsert();  // while slide 1 is current the number stays 1
+    EXPECT_EQ(window_.CurrentSlide(), 1);
+    EXPECT_EQ(window_.Document()->Slides().Count(), 5);
+    window_.SlideLast();
+    window_.SlideInsert();  // before slide 5: the number steps back to 4
+    EXPECT_EQ(window_.CurrentSlide(), 4);
+    EXPECT_EQ(window_.SlideScrollBar().maximum(), 6);
+}
+
+TEST_F(SlideCommandsTest, RemoveAsksAndNeverTakesTheLastSlide) {
+    window_.SlideLast();
+    prompt_.answersToAsk = {Answer::No};
+    window_.SlideRemove();
+    EXPECT_EQ(Names(), "ABC");
+    EXPECT_EQ(prompt_.questions.back().text, FormatResString(Str::RemoveSlidePrompt, {"C"}));
+    prompt_.answersToAsk = {Answer::Yes};
+    window_.SlideRemove();  // the last of three: slide 2 is shown
+    EXPECT_EQ(Names(), "AB");
+    EXPECT_EQ(window_.CurrentSlide(), 2);
+    EXPECT_EQ(Shown(), "B");
+    window_.SlideFirst();
+    prompt_.answersToAsk = {Answer::Yes};
+    window_.SlideRemove();  // slide 1: the new slide 1 is shown
+    EXPECT_EQ(Shown(), "B");
+    const std::size_t asked = prompt_.questions.size();
+    window_.SlideRemove();  // one slide left: nothing happens, nothing is asked
+    EXPECT_EQ(Names(), "B");
+    EXPECT_EQ(prompt_.questions.size(), asked);
+    EXPECT_FALSE(window_.findChild<QAction*>("mnuSlideRemove")->isEnabled());
+}
+
+TEST_F(SlideCommandsTest, MovingSlidesFollowsTheSlide) {
+    EXPECT_FALSE(window_.findChild<QAction*>("mnuSlideUp")->isEnabled());
+    window_.SlideDown();
+    EXPECT_EQ(Names(), "BAC");
+    EXPECT_EQ(window_.CurrentSlide(), 2);
+    EXPECT_EQ(Shown(), "A");
+    window_.SlideDown();
+    EXPECT_EQ(Names(), "BCA");
+    EXPECT_FALSE(window_.findChild<QAction*>("mnuSlideDown")->isEnabled());
+    window_.SlideUp();
+    EXPECT_EQ(Names(), "BAC");
+    EXPECT_EQ(window_.CurrentSlide(), 2);
+}
+
+TEST_F(SlideCommandsTest, HelpTopicAndTitleAskForText) {
+    prompt_.texts = {std::string("27"), std::string(""), std::string("Top")};
+    window_.SlideHelpTopic();
+    EXPECT_EQ(window_.Document()->Slides().Item(1).HelpTopic(), 27);
+    EXPECT_EQ(prompt_.askedText[0].text, LoadResString(Str::HelpTopicPrompt));
+    window_.SlideHelpTopic();  // an empty answer keeps it
+    EXPECT_EQ(window_.Document()->Slides().Item(1).HelpTopic(), 27);
+    window_.SlideTitle();
+    EXPECT_EQ(Shown(), "Top");
+    EXPECT_FALSE(window_.Saved());
+}
+
+TEST_F(SlideCommandsTest, BackgroundCommands) {
+    test::WriteFile(dir_.File("pictures/plan.bmp"), Bmp(200, 100));
+    prompt_.files = {dir_.File("pictures/plan.bmp")};
+    window_.BackSet();
+    EXPECT_EQ(prompt_.fileDialogs.back().title, LoadResString(Str::BackgroundTitle));
+    EXPECT_EQ(prompt_.fileDialogs.back().filter, LoadResString(Str::PictureFilter));
+    EXPECT_EQ(window_.View().BackgroundPicture(), dir_.File("pictures/plan.bmp"));
+    EXPECT_FALSE(window_.Saved());
+    window_.View().LoadPicture();
+    EXPECT_EQ(window_.View().PictureRect().width(), 200 * 15);
+
+    // An edit saved by another program shows without a further step.
+    window_.BackEdit();
+    test::WriteFile(dir_.File("pictures/plan.bmp"), Bmp(300, 100));
+    EXPECT_TRUE(QTest::qWaitFor([&] {
+        QApplication::processEvents();
+        try {
+            window_.View().LoadPicture();
+        } catch (...) {
+        }
+        return window_.View().PictureRect().width() == 300 * 15;
+    }, 5000));
+
+    window_.BackColor();  // cancelled: nothing changes
+    EXPECT_EQ(window_.Document()->Slides().Item(1).BackColor(), Slide::kDefaultBackColor);
+    window_.BackClear();
+    EXPECT_EQ(window_.View().BackgroundPicture(), "");
+}
+
+TEST_F(SlideCommandsTest, PositionDialogInBothModes) {
+    Slide& slide = window_.Document()->Slides().Item(1);
+    test::WhenDialogOpens([](QWidget& dialog) {
+        EXPECT_FALSE(dialog.findChild<QScrollBar*>("hsWidth")->isVisible());  // a bitmap only moves
+        dialog.findChild<QScrollBar*>("hsLeft")->setValue(30);
+        dialog.findChild<QScrollBar*>("hsTop")->setValue(70);
+        test::Click(dialog, "cmdOK");
+    });
+    EXPECT_TRUE(FormPosition::PositionFixed(slide, 0.5, 0.5, 1.5, &window_));
+    int16_t l = 0, t = 0, w = 0, h = 0;
+    slide.GetPicturePosition(l, t, w, h);
+    EXPECT_EQ(std::vector<int16_t>({l, t, w, h}), std::vector<int16_t>({30, 70, 100, 100}));
+
+    test::WhenDialogOpens([](QWidget& dialog) {
+        auto* shape = dialog.findChild<QWidget*>("picShape");
+        const QRect before = shape->geometry();
+        dialog.findChild<QScrollBar*>("hsWidth")->setValue(20);
+        EXPECT_NE(shape->geometry(), before);  // the preview follows every change
+        dialog.findChild<QScrollBar*>("hsHeight")->setValue(40);
+        test::Click(dialog, "cmdOK");
+    });
+    EXPECT_TRUE(FormPosition::PositionScaleable(slide, 0.7, &window_));
+    slide.GetPicturePosition(l, t, w, h);
+    EXPECT_EQ(std::vector<int16_t>({l, t, w, h}), std::vector<int16_t>({30, 70, 20, 40}));
+
+    test::WhenDialogOpens([](QWidget& dialog) {
+        dialog.findChild<QScrollBar*>("hsLeft")->setValue(0);
+        test::Click(dialog, "cmdCancel");
+    });
+    EXPECT_FALSE(FormPosition::PositionScaleable(slide, 1.0, &window_));
+    slide.GetPicturePosition(l, t, w, h);
+    EXPECT_EQ(l, 30);
+}
+
+}  // namespace
+}  // namespace kvo
