@@ -147,7 +147,59 @@ namespace kvo::Str {
     X(FileErrorTitle, 31508)             \
     X(FileErrorMessage, 31509)           \
     X(StartupErrorMessage, 31510)        \
-    X(AboutText, 31511)
+    X(AboutText, 31511)                  \
+    X(IconPropertiesTitle, 31520)        \
+    X(IconFindBy, 31521)                 \
+    X(IconBySequenceNumber, 31522)       \
+    X(IconByFeatureName, 31523)          \
+    X(IconDigitsLabel, 31524)            \
+    X(IconLeaderFrame, 31525)            \
+    X(IconNoLeader, 31526)               \
+    X(IconLeaderHorizontal, 31527)       \
+    X(IconLeaderVertical, 31528)         \
+    X(IconBendLabel, 31529)              \
+    X(IconLeaderColor, 31530)            \
+    X(IconNameColor, 31531)              \
+    X(IconFont, 31532)                   \
+    X(IconFontColor, 31533)              \
+    X(IconCellsFrame, 31534)             \
+    X(IconCellAdd, 31535)                \
+    X(IconCellEdit, 31536)               \
+    X(IconCellDelete, 31537)             \
+    X(IconEndOfList, 31538)              \
+    X(IconFontBold, 31539)               \
+    X(IconContentsTitle, 31540)          \
+    X(IconCellEntry, 31541)              \
+    X(Characteristic1, 31551)            \
+    X(Characteristic2, 31552)            \
+    X(Characteristic3, 31553)            \
+    X(Characteristic4, 31554)            \
+    X(Characteristic5, 31555)            \
+    X(Characteristic6, 31556)            \
+    X(Characteristic7, 31557)            \
+    X(Characteristic8, 31558)            \
+    X(Characteristic9, 31559)            \
+    X(Characteristic10, 31560)           \
+    X(Characteristic11, 31561)           \
+    X(Characteristic12, 31562)           \
+    X(Characteristic13, 31563)           \
+    X(Characteristic14, 31564)           \
+    X(Characteristic15, 31565)           \
+    X(Characteristic16, 31566)           \
+    X(Characteristic17, 31567)           \
+    X(Characteristic18, 31568)           \
+    X(Characteristic19, 31569)           \
+    X(Characteristic20, 31570)           \
+    X(Characteristic21, 31571)           \
+    X(Characteristic22, 31572)           \
+    X(Characteristic23, 31573)           \
+    X(Characteristic24, 31574)           \
+    X(Characteristic25, 31575)           \
+    X(ColumnMeasured, 31580)             \
+    X(ColumnNominal, 31581)              \
+    X(ColumnUpper, 31582)                \
+    X(ColumnLower, 31583)                \
+    X(ColumnDeviation, 31584)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

@@ -14,7 +14,10 @@
 #include <QtGui/QPainter>
 #include <QtPrintSupport/QPrintDialog>
 #include <QtPrintSupport/QPrinter>
+#include <QtGui/QCursor>
+#include <QtWidgets/QApplication>
 #include <QtWidgets/QLabel>
+#include <QtWidgets/QMenu>
 #include <QtWidgets/QMenuBar>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QScrollBar>
@@ -22,12 +25,14 @@
 
 #include "FormExport.h"
 #include "FormHelp.h"
+#include "FormIconProperties.h"
 #include "FormImport.h"
 #include "FormPosition.h"
 #include "FormProperties.h"
 #include "LanguageFont.h"
 #include "SlideHost.h"
 #include "model/ExportPackage.h"
+#include "model/Icon.h"
 #include "model/SlideShow.h"
 #include "services/Convert.h"
 #include "services/Error.h"
@@ -74,6 +79,7 @@ FormMain::FormMain() {
     ReadDirectories();
     view_ = std::make_unique<SlideView>(*this, *picMain_);
     picMain_->SetView(view_.get());
+    picMain_->SetIconMouseUp([this] { SignalFileChanged(); });
     saved_ = true;
     UpdateEnabling();
     resize(960, 720);
@@ -175,6 +181,20 @@ void FormMain::BuildMenus() {
     action(back, "mnuBackUpdate", Str::MenuBackUpdate, &FormMain::BackUpdate);
     action(back, "mnuBackEdit", Str::MenuBackEdit, &FormMain::BackEdit);
 
+    QMenu* icon = menuBar()->addMenu(Text(Str::MenuIcon));
+    icon->setObjectName("mnuIconBar");
+    action(icon, "mnuInsertIcon", Str::MenuInsertIcon, &FormMain::InsertIcon, QKeySequence(Qt::Key_Insert));
+
+    // The pop-up menu of one icon, opened by a right-click on it.
+    iconMenu_ = new QMenu(this);
+    iconMenu_->setObjectName("mnuIcon");
+    action(iconMenu_, "mnuIconProp", Str::MenuIconProp, &FormMain::IconProperties);
+    action(iconMenu_, "mnuIconDelete", Str::MenuIconDelete, &FormMain::IconDelete);
+    iconMenu_->addSeparator();
+    action(iconMenu_, "mnuIconSetDef", Str::MenuIconSetDef, &FormMain::IconSetDefault);
+    // The command runs before the current icon is forgotten.
+    connect(iconMenu_, &QMenu::aboutToHide, this, [this] { QTimer::singleShot(0, this, [this] { currentIconView_ = nullptr; }); });
+
     QMenu* view = menuBar()->addMenu(Text(Str::MenuScreen));
     view->setObjectName("mnuScreen");
     action(view, "mnuScreen640", Str::MenuScreen640, &FormMain::Screen640);
@@ -207,7 +227,11 @@ void FormMain::ReadDirectories() {
 
 void FormMain::SignalFileChanged() { saved_ = false; }
 
-void FormMain::SignalIcon(IconView& view) { statusText_->setText(QString::fromStdString(view.Icon().Name())); }
+void FormMain::SignalIcon(IconView& view) {
+    currentIconView_ = &view;
+    view.View().ReleaseCapture();  // so that the menu gets the mouse
+    iconMenu_->popup(QCursor::pos());
+}
 
 std::unique_ptr<IconSurface> FormMain::CreateIcon() { return picMain_->CreateIcon(); }
 
@@ -246,6 +270,7 @@ void FormMain::UpdateEnabling() {
                              "mnuBackUpdate"})
         findChild<QAction*>(name)->setEnabled(current);
     findChild<QAction*>("mnuBackEdit")->setEnabled(current && !Current()->PictureFile().empty());
+    findChild<QAction*>("mnuInsertIcon")->setEnabled(current);
 }
 
 Slide* FormMain::Current() const {
@@ -426,6 +451,47 @@ void FormMain::BackPosition() {
     if (!confirmed) return;
     view_->UpdateSlide();
     for (const auto& iconView : view_->Views()) iconView->RefreshView();
+    SignalFileChanged();
+}
+
+void FormMain::InsertIcon() {
+    if (Current() == nullptr) return;
+    // All 1000 surfaces in use: there is no room for another icon.
+    if (view_->AddIcon(defaultIcon_.get()) == nullptr) QApplication::beep();
+}
+
+void FormMain::IconSetDefault() {
+    if (currentIconView_ == nullptr) return;
+    if (!defaultIcon_) defaultIcon_ = std::make_unique<Icon>();
+    currentIconView_->Icon().Copy(*defaultIcon_);
+    defaultIcon_->SetLeft(100);
+    defaultIcon_->SetTop(100);
+    defaultIcon_->SetLeaderX(500);
+    defaultIcon_->SetLeaderY(500);
+    QApplication::beep();  // the only confirmation
+}
+
+void FormMain::IconProperties() {
+    if (currentIconView_ == nullptr) return;
+    IconView* view = currentIconView_;
+    FormIconProperties dialog(view->Icon(), this);
+    if (dialog.Edit() != FormIconProperties::kConfirmed) return;
+    view->UpdateProperties();
+    picMain_->update();
+    SignalFileChanged();
+}
+
+void FormMain::IconDelete() {
+    Slide* slide = Current();
+    if (currentIconView_ == nullptr || slide == nullptr) return;
+    IconView* view = currentIconView_;
+    currentIconView_ = nullptr;
+    Icon& icon = view->Icon();
+    const bool hadLeader = icon.DrawLeader();
+    view->Terminate();
+    view_->Views().Remove(*view);  // its surface goes with it
+    slide->Icons().Remove(icon);
+    if (hadLeader) picMain_->update();
     SignalFileChanged();
 }
 

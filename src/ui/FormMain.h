@@ -9,6 +9,7 @@
 
 class QAction;
 class QFileSystemWatcher;
+class QMenu;
 class QLabel;
 class QPrinter;
 class QPushButton;
@@ -19,6 +20,7 @@ namespace kvo {
 
 class Error;
 class SlideHost;
+class Icon;
 class Slide;
 class SlideShow;
 class SlideView;
@@ -77,6 +79,14 @@ public:
     // every edit saved there.
     void BackEdit();
 
+    void InsertIcon();
+    void IconSetDefault();
+    void IconProperties();
+    void IconDelete();
+    QMenu& IconMenu() const { return *iconMenu_; }
+    IconView* CurrentIconView() const { return currentIconView_; }
+    const Icon* DefaultIcon() const { return defaultIcon_.get(); }
+
     bool Saved() const { return saved_; }
     const std::string& FileName() const { return fileName_; }
     SlideShow* Document() const { return document_.get(); }
@@ -118,6 +128,9 @@ private:
     QScrollBar* hsSlide_;
     QPushButton* cmdDelayedResize_;
     QFileSystemWatcher* pictureWatcher_;
+    QMenu* iconMenu_;
+    IconView* currentIconView_ = nullptr;  // while the icon menu is open
+    std::unique_ptr<Icon> defaultIcon_;    // the template of new icons, for as long as the program runs
     std::unique_ptr<SlideShow> document_;
     std::unique_ptr<SlideView> view_;
     std::string fileName_;

@@ -5,6 +5,10 @@
 
 #include <cmath>
 
+#include "services/Error.h"
+#include "services/Language.h"
+#include "services/Prompt.h"
+#include "services/StringIds.h"
 #include "view/SlideView.h"
 
 namespace kvo {
@@ -91,6 +95,15 @@ std::unique_ptr<IconSurface> SlideHost::CreateIcon() {
     return nullptr;
 }
 
+void SlideHost::Guarded(const std::function<void()>& work) {
+    try {
+        work();
+    } catch (const Error& error) {
+        CurrentPrompt().Message(error.Description() + " (" + error.Source() + ", error " + std::to_string(error.Number()) + ")",
+                                LoadResString(Str::AppTitle), MessageKind::Stop);
+    }
+}
+
 QPoint SlideHost::ToTwips(const QPointF& pixels) const {
     return QPoint(static_cast<int>(std::lround(pixels.x() * TwipsPerPixelX())), static_cast<int>(std::lround(pixels.y() * TwipsPerPixelY())));
 }
@@ -99,32 +112,40 @@ void SlideHost::paintEvent(QPaintEvent*) {
     if (view_ == nullptr) return;
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    view_->HostPaint(painter);
+    try {
+        view_->HostPaint(painter);
+    } catch (...) {
+        // A paint never fails the window.
+    }
 }
 
 void SlideHost::mousePressEvent(QMouseEvent* event) {
     if (view_ == nullptr) return;
     const QPoint at = ToTwips(event->position());
-    view_->HostMouseDown(ButtonBits(event->buttons()), ShiftBits(event->modifiers()), at.x(), at.y());
+    Guarded([&] { view_->HostMouseDown(ButtonBits(event->buttons()), ShiftBits(event->modifiers()), at.x(), at.y()); });
 }
 
 void SlideHost::mouseMoveEvent(QMouseEvent* event) {
     if (view_ == nullptr) return;
     const QPoint at = ToTwips(event->position());
     // During a leader drag the icon holding the mouse takes it, relative to itself.
-    if (captured_ != nullptr) {
-        view_->ViewMouseMove(captured_->Index(), ButtonBits(event->buttons()), ShiftBits(event->modifiers()),
-                             at.x() - captured_->Left(), at.y() - captured_->Top());
-        return;
-    }
-    view_->HostMouseMove(ButtonBits(event->buttons()), ShiftBits(event->modifiers()), at.x(), at.y());
+    Guarded([&] {
+        if (captured_ != nullptr)
+            view_->ViewMouseMove(captured_->Index(), ButtonBits(event->buttons()), ShiftBits(event->modifiers()),
+                                 at.x() - captured_->Left(), at.y() - captured_->Top());
+        else
+            view_->HostMouseMove(ButtonBits(event->buttons()), ShiftBits(event->modifiers()), at.x(), at.y());
+    });
 }
 
 void SlideHost::mouseReleaseEvent(QMouseEvent* event) {
     if (view_ == nullptr || captured_ == nullptr) return;
     const QPoint at = ToTwips(event->position());
-    view_->ViewMouseUp(captured_->Index(), ButtonBits(event->button()), ShiftBits(event->modifiers()), at.x() - captured_->Left(),
-                       at.y() - captured_->Top());
+    Guarded([&] {
+        view_->ViewMouseUp(captured_->Index(), ButtonBits(event->button()), ShiftBits(event->modifiers()), at.x() - captured_->Left(),
+                           at.y() - captured_->Top());
+    });
+    IconMouseUp();
 }
 
 void SlideHost::resizeEvent(QResizeEvent*) { feedbackLayer_->setGeometry(rect()); }
@@ -167,25 +188,31 @@ QPoint IconWidget::ToTwips(const QPointF& pixels) const {
 void IconWidget::paintEvent(QPaintEvent*) {
     if (host_.View() == nullptr) return;
     QPainter painter(this);
-    host_.View()->ViewPaint(index_, painter);
+    try {
+        host_.View()->ViewPaint(index_, painter);
+    } catch (...) {
+    }
 }
 
 void IconWidget::mousePressEvent(QMouseEvent* event) {
     if (host_.View() == nullptr) return;
     const QPoint at = ToTwips(event->position());
-    host_.View()->ViewMouseDown(index_, ButtonBits(event->buttons()), ShiftBits(event->modifiers()), at.x(), at.y());
+    host_.Guarded([&] { host_.View()->ViewMouseDown(index_, ButtonBits(event->buttons()), ShiftBits(event->modifiers()), at.x(), at.y()); });
 }
 
 void IconWidget::mouseMoveEvent(QMouseEvent* event) {
     if (host_.View() == nullptr) return;
     const QPoint at = ToTwips(event->position());
-    host_.View()->ViewMouseMove(index_, ButtonBits(event->buttons()), ShiftBits(event->modifiers()), at.x(), at.y());
+    host_.Guarded([&] { host_.View()->ViewMouseMove(index_, ButtonBits(event->buttons()), ShiftBits(event->modifiers()), at.x(), at.y()); });
 }
 
 void IconWidget::mouseReleaseEvent(QMouseEvent* event) {
     if (host_.View() == nullptr) return;
     const QPoint at = ToTwips(event->position());
-    host_.View()->ViewMouseUp(index_, ButtonBits(event->button()), ShiftBits(event->modifiers()), at.x(), at.y());
+    SlideHost& host = host_;  // the mouse-up may take this surface away
+    host.Guarded([&] { host.View()->ViewMouseUp(index_, ButtonBits(event->button()), ShiftBits(event->modifiers()), at.x(), at.y()); });
+    // Changed after every mouse-up on an icon, also when nothing moved, as it always has been.
+    host.IconMouseUp();
 }
 
 }  // namespace kvo

@@ -43,6 +43,13 @@ public:
     IconWidget* Captured() const { return captured_; }
     void SetCaptured(IconWidget* icon) { captured_ = icon; }
     const std::vector<QRect>& Feedback() const { return feedback_; }
+    // Called after every mouse-up on an icon surface.
+    void SetIconMouseUp(std::function<void()> handler) { iconMouseUp_ = std::move(handler); }
+    void IconMouseUp() {
+        if (iconMouseUp_) iconMouseUp_();
+    }
+    // Runs a mouse event's work under the window's error handler.
+    void Guarded(const std::function<void()>& work);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -60,6 +67,7 @@ private:
     IconWidget* captured_ = nullptr;
     QWidget* feedbackLayer_;
     std::vector<QRect> feedback_;
+    std::function<void()> iconMouseUp_;
 };
 
 // picIcon(n): one icon's box.
