@@ -3,6 +3,7 @@
 #include <QtGui/QPainter>
 #include <QtGui/QPainterPath>
 
+#include <algorithm>
 #include <array>
 #include <mutex>
 
@@ -10,36 +11,30 @@ namespace kvo {
 
 namespace {
 
-// One glyph per measuring symbol, drawn in a 14 x 14 box.
+// One glyph per measuring symbol of the catalogue's first entries: 0 a plain
+// value, 1 diameter, 2 angle, 3 to 5 the X, Y and Z coordinates, 6 radius.
 void DrawSymbol(QPainter& p, int symbol) {
     switch (symbol) {
-        case 0:  // plain value
+        case 0:
             p.drawEllipse(QPointF(7, 7), 1.5, 1.5);
             break;
-        case 1:  // diameter
+        case 1:
             p.drawEllipse(QPointF(7, 7), 4.5, 4.5);
             p.drawLine(QPointF(2.5, 11.5), QPointF(11.5, 2.5));
             break;
-        case 2:  // distance
-            p.drawLine(QPointF(2, 7), QPointF(12, 7));
-            p.drawLine(QPointF(2, 3), QPointF(2, 11));
-            p.drawLine(QPointF(12, 3), QPointF(12, 11));
-            break;
-        case 3:  // angle
+        case 2:
             p.drawLine(QPointF(2, 12), QPointF(12, 12));
             p.drawLine(QPointF(2, 12), QPointF(11, 3));
             break;
-        case 4:  // position
-            p.drawEllipse(QPointF(7, 7), 4, 4);
-            p.drawLine(QPointF(7, 1), QPointF(7, 13));
-            p.drawLine(QPointF(1, 7), QPointF(13, 7));
+        default: {
+            QFont font = p.font();
+            font.setPixelSize(11);
+            font.setBold(true);
+            p.setFont(font);
+            static const char* letters[] = {"X", "Y", "Z", "R"};
+            p.drawText(QRectF(0, 0, 14, 14), Qt::AlignCenter, letters[std::clamp(symbol - 3, 0, 3)]);
             break;
-        case 5:  // roundness
-            p.drawEllipse(QPointF(7, 7), 5, 5);
-            break;
-        default:  // flatness
-            p.drawPolygon(QPolygonF({QPointF(1, 10), QPointF(4, 4), QPointF(13, 4), QPointF(10, 10)}));
-            break;
+        }
     }
 }
 
