@@ -90,6 +90,13 @@ void DataFile::Skip(uint64_t count, const char* source) {
     readPosition_ += count;
 }
 
+void DataFile::Seek(uint64_t position) {
+    if (in_ == nullptr) return;
+    in_->clear();
+    in_->seekg(static_cast<std::streamoff>(position), std::ios::beg);
+    readPosition_ = position;
+}
+
 void DataFile::WriteBytes(const char* data, std::size_t count, const char* source) {
     if (out_ == nullptr) throw Error(ErrorNumber::InvalidCall, source, "\"" + fileName_ + "\" is not open for writing");
     out_->write(data, static_cast<std::streamsize>(count));

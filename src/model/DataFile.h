@@ -30,6 +30,9 @@ public:
 
     void ReadBytes(char* data, std::size_t count, const char* source);
     void Skip(uint64_t count, const char* source);
+    uint64_t Position() const { return readPosition_; }
+    // Back (or forward) to a position read before.
+    void Seek(uint64_t position);
     void WriteBytes(const char* data, std::size_t count, const char* source);
     int16_t ReadInteger(const char* source);
     int32_t ReadLong(const char* source);

@@ -139,8 +139,8 @@ uint64_t ExportFile::ReadFileLength(const std::string& path) {
     return size;
 }
 
-int32_t ExportFile::SkipFile() {
-    const uint64_t size = ReadFileLength("the next file");
+int32_t ExportFile::SkipFile(const std::string& name) {
+    const uint64_t size = ReadFileLength(name);
     file_.Skip(size, "Export.Read");
     return static_cast<int32_t>(size);
 }

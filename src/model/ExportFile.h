@@ -42,8 +42,11 @@ public:
     // Replaces any file at path with the next file of the package, creating its
     // folder; a file that cannot be written is reported with its path.
     void ReadFile(const std::string& path);
-    // Steps over the next file of the package; returns its length.
-    int32_t SkipFile();
+    // Steps over the next file of the package, named in errors; returns its length.
+    int32_t SkipFile(const std::string& name = "the next file");
+    // Where reading stands, and back to such a place.
+    uint64_t Position() const { return file_.Position(); }
+    void Rewind(uint64_t position) { file_.Seek(position); }
 
 private:
     void RequireWriting() const;

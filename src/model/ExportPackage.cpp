@@ -36,6 +36,11 @@ void ExportSlideShow(const std::string& showPath, const std::string& packagePath
 FileDataCollection ImportSlideShow(const std::string& packagePath, const std::string& targetPath) {
     ExportFile package;
     package.OpenForRead(packagePath);
+    // Every entry is checked before anything at all is written.
+    const uint64_t start = package.Position();
+    package.SkipFile();
+    FileDataCollection::CheckEntries(package);
+    package.Rewind(start);
     package.ReadFile(targetPath);
     SlideShow show;
     show.LoadFromFile(targetPath);

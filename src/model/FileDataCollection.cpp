@@ -4,7 +4,10 @@
 #include <utility>
 
 #include "ExportFile.h"
+#include "services/Error.h"
+#include "services/Language.h"
 #include "services/Paths.h"
+#include "services/StringIds.h"
 #include "services/Prompt.h"
 #include "services/Text.h"
 
@@ -48,6 +51,64 @@ void FileDataCollection::Export(ExportFile& package) const {
     }
 }
 
+namespace {
+
+bool IsControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
+
+// Control characters are shown as \xNN so that the message itself stays readable.
+std::string Printable(const std::string& path) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    std::string shown;
+    for (char c : path) {
+        if (!IsControl(c)) {
+            shown += c;
+            continue;
+        }
+        const auto byte = static_cast<unsigned char>(c);
+        shown += "\\x";
+        shown += kHex[byte >> 4];
+        shown += kHex[byte & 0xF];
+    }
+    return shown;
+}
+
+[[noreturn]] void Refuse(const std::string& path, const std::string& why) {
+    throw Error(ErrorNumber::PackageEntryRefused, "Export.Read",
+                FormatResString(Str::PackageEntryRefused, {Printable(path), why}));
+}
+
+// The first existing part of the path that is a symbolic link; empty when none is.
+std::string LinkOnTheWay(const std::string& path) {
+    std::error_code ec;
+    std::filesystem::path partial;
+    for (const auto& part : std::filesystem::path(path)) {
+        partial /= part;
+        if (std::filesystem::is_symlink(std::filesystem::symlink_status(partial, ec))) return partial.string();
+    }
+    return {};
+}
+
+}  // namespace
+
+void FileDataCollection::CheckRecordedPath(const std::string& path) {
+    for (char c : path)
+        if (IsControl(c)) Refuse(path, LoadResString(Str::PackageEntryControl));
+    if (path.empty() || path.front() != '/') Refuse(path, LoadResString(Str::PackageEntryNotFull));
+    for (const auto& part : std::filesystem::path(path))
+        if (part == "..") Refuse(path, LoadResString(Str::PackageEntryParent));
+    if (const std::string link = LinkOnTheWay(path); !link.empty())
+        Refuse(path, FormatResString(Str::PackageEntryLink, {link}));
+}
+
+void FileDataCollection::CheckEntries(ExportFile& package) {
+    const int32_t count = package.ReadLong();
+    for (int32_t i = 0; i < count; ++i) {
+        const std::string recorded = package.ReadString();
+        CheckRecordedPath(recorded);
+        package.SkipFile(recorded);
+    }
+}
+
 void FileDataCollection::Import(ExportFile& package) {
     // The list keeps one entry at most from before, as it always has; the
     // editor imports into a new list.
@@ -57,6 +118,7 @@ void FileDataCollection::Import(ExportFile& package) {
     const int32_t count = package.ReadLong();
     for (int32_t i = 0; i < count; ++i) {
         const std::string recorded = package.ReadString();
+        CheckRecordedPath(recorded);
         const auto slash = recorded.find_last_of("\\/");
         const std::string folder = slash == std::string::npos ? std::string() : recorded.substr(0, slash);
         const char separator = slash == std::string::npos ? '/' : recorded[slash];
@@ -78,6 +140,7 @@ void FileDataCollection::Import(ExportFile& package) {
                 }
             }
         }
+        if (target != recorded) CheckRecordedPath(target);  // a "Copy(n) of" name may be a link too
         package.ReadFile(target);
         Add(recorded);
         Find(recorded)->SetNewPath(target);

@@ -42,6 +42,14 @@ public:
     // stored beside it as "Copy(n) of name".
     void Import(ExportFile& package);
 
+    // Raises error 1006 naming the entry unless the recorded path may be written
+    // here: a full path of this system, without ".." steps or control characters,
+    // that does not lead through a symbolic link.
+    static void CheckRecordedPath(const std::string& path);
+    // Reads the list of files that follows and checks every recorded path,
+    // writing nothing.
+    static void CheckEntries(ExportFile& package);
+
 private:
     FileData* Find(std::string_view path);
     const FileData* Find(std::string_view path) const;

@@ -199,7 +199,12 @@ namespace kvo::Str {
     X(ColumnNominal, 31581)              \
     X(ColumnUpper, 31582)                \
     X(ColumnLower, 31583)                \
-    X(ColumnDeviation, 31584)
+    X(ColumnDeviation, 31584)            \
+    X(PackageEntryRefused, 31590)        \
+    X(PackageEntryNotFull, 31591)        \
+    X(PackageEntryParent, 31592)         \
+    X(PackageEntryControl, 31593)        \
+    X(PackageEntryLink, 31594)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <vector>
 
 #include "ModelTestSupport.h"
 #include "model/ExportPackage.h"
@@ -201,6 +202,57 @@ TEST_F(ExportTest, DamagedPackagesFailBeforeWritingAnything) {
     EXPECT_EQ(error.Number(), 62);
     EXPECT_NE(error.Description().find(Picture("top.bmp")), std::string::npos) << error.Description();
     EXPECT_FALSE(std::filesystem::exists(Picture("top.bmp")));
+}
+
+// A package with an empty show followed by the given picture entries, each holding "x".
+std::string CraftedPackage(const std::vector<std::string>& entries) {
+    const test::TempDir scratch;
+    SlideShow().SaveToFile(scratch.File("empty.pdz"));
+    const std::string show = test::ReadFile(scratch.File("empty.pdz"));
+    std::string bytes = "KVTEXPRT" + String("/shows/Line1.pdz") + String("2026-11-21 10:00:00") + String("") +
+                        Long(static_cast<int32_t>(show.size())) + show + Long(static_cast<int32_t>(entries.size()));
+    for (const auto& entry : entries) bytes += String(entry) + Long(1) + "x";
+    return bytes;
+}
+
+TEST_F(ExportTest, EntriesThatWouldWriteElsewhereAreRefusedBeforeAnythingIsWritten) {
+    std::filesystem::create_directories(dir_.File("elsewhere"));
+    std::filesystem::create_directory_symlink(dir_.File("elsewhere"), dir_.File("link"));
+    const std::string good = dir_.File("pictures/good.bmp");
+    const struct {
+        std::string entry;
+        std::string why;
+        std::string shown;
+    } cases[] = {
+        {"pictures/a.bmp", LoadResString(Str::PackageEntryNotFull), "pictures/a.bmp"},
+        {"C:\\Parts\\a.bmp", LoadResString(Str::PackageEntryNotFull), "C:\\Parts\\a.bmp"},
+        {dir_.File("pictures/../../a.bmp"), LoadResString(Str::PackageEntryParent), dir_.File("pictures/../../a.bmp")},
+        {dir_.File(std::string("a\0b.bmp", 7)), LoadResString(Str::PackageEntryControl), dir_.File("a\\x00b.bmp")},
+        {dir_.File("a\nb.bmp"), LoadResString(Str::PackageEntryControl), dir_.File("a\\x0Ab.bmp")},
+        {dir_.File("link/a.bmp"), FormatResString(Str::PackageEntryLink, {dir_.File("link")}), dir_.File("link/a.bmp")},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.shown);
+        test::WriteFile(package_, CraftedPackage({good, c.entry}));
+        const std::string target = dir_.File("station2/Line1.pdz");
+        const Error error = RaisedBy([&] { ImportSlideShow(package_, target); });
+        EXPECT_EQ(error.Number(), 1006);
+        EXPECT_EQ(error.Description(), FormatResString(Str::PackageEntryRefused, {c.shown, c.why}));
+        // Neither the show, nor the good entry before the bad one, nor anything behind the link.
+        EXPECT_FALSE(std::filesystem::exists(target));
+        EXPECT_FALSE(std::filesystem::exists(good));
+        EXPECT_TRUE(std::filesystem::is_empty(dir_.File("elsewhere")));
+    }
+    // A link inside the folder an entry names is as bad as one on its way.
+    std::filesystem::create_directories(dir_.File("pictures"));
+    std::filesystem::create_symlink(dir_.File("elsewhere/victim"), good);
+    test::WriteFile(package_, CraftedPackage({good}));
+    EXPECT_EQ(RaisedBy([&] { ImportSlideShow(package_, dir_.File("station2/Line1.pdz")); }).Number(), 1006);
+    EXPECT_TRUE(std::filesystem::is_empty(dir_.File("elsewhere")));
+    // The same layout with ordinary paths imports.
+    std::filesystem::remove(good);
+    ImportSlideShow(package_, dir_.File("station2/Line1.pdz"));
+    EXPECT_EQ(test::ReadFile(good), "x");
 }
 
 }  // namespace
