@@ -12,6 +12,14 @@
 
 namespace kvo {
 
+const std::string& TextValue(const std::string& value, std::string_view key) {
+    const auto lineBreak = value.find_first_of("\r\n");
+    if (lineBreak != std::string::npos)
+        throw Error(ErrorNumber::LineBreakInText, LoadResString(Str::SlideShowSaveTitle),
+                    FormatResString(Str::SaveLineBreak, {std::string(key), value.substr(0, lineBreak)}));
+    return value;
+}
+
 namespace {
 
 // Tabs count as spaces everywhere: the classifiers see the line as ExpandTabs

@@ -6,6 +6,10 @@
 
 namespace kvo {
 
+// The value of a key line as written: raw, so one holding a line break cannot
+// be written at all (error 1007 names the key and the value's first line).
+const std::string& TextValue(const std::string& value, std::string_view key);
+
 // Turns a slide show text file into tokens: block starts, block ends, key/value
 // lines and the end of the file. The parser knows nothing of slide shows; each
 // document class pulls tokens and decides what a block or key means.

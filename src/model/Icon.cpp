@@ -117,7 +117,7 @@ void Icon::LoadFromFile(BlockParser& parser) {
 void Icon::SaveToFile(std::ostream& out) const {
     out << kIndent << "BLOCK Icon" << kLineEnd;
     if (isSequenceNumber_) out << kKeyIndent << "SEQNUMBER=" << sequenceNumber_ << kLineEnd;
-    else out << kKeyIndent << "FEATURENAME=" << featureName_ << kLineEnd;
+    else out << kKeyIndent << "FEATURENAME=" << TextValue(featureName_, "FEATURENAME") << kLineEnd;
     out << kKeyIndent << "LEFT=" << left_ << kLineEnd;
     out << kKeyIndent << "TOP=" << top_ << kLineEnd;
     out << kKeyIndent << "DRAWLEADER=" << FormatBoolean(drawLeader_) << kLineEnd;
@@ -127,7 +127,7 @@ void Icon::SaveToFile(std::ostream& out) const {
     out << kKeyIndent << "BENDPOINT=" << bendPoint_ << kLineEnd;
     out << kKeyIndent << "ISVERTICAL=" << FormatBoolean(isVertical_) << kLineEnd;
     out << kKeyIndent << "DISPLAYDIGITS=" << displayDigits_ << kLineEnd;
-    out << kKeyIndent << "FONTNAME=" << fontName_ << kLineEnd;
+    out << kKeyIndent << "FONTNAME=" << TextValue(fontName_, "FONTNAME") << kLineEnd;
     out << kKeyIndent << "FONTSIZE=" << fontSize_ << kLineEnd;
     out << kKeyIndent << "FONTBOLD=" << FormatBoolean(fontBold_) << kLineEnd;
     out << kKeyIndent << "FONTCOLOR=" << fontColor_ << kLineEnd;

@@ -67,9 +67,9 @@ void Slide::LoadFromFile(BlockParser& parser) {
 
 void Slide::SaveToFile(std::ostream& out) const {
     out << "\tBLOCK Slide" << kLineEnd;
-    out << "\t\tNAME=" << name_ << kLineEnd;
+    out << "\t\tNAME=" << TextValue(name_, "NAME") << kLineEnd;
     out << "\t\tENABLED=" << FormatBoolean(enabled_) << kLineEnd;
-    out << "\t\tGRAPHIC=" << pictureFile_ << kLineEnd;
+    out << "\t\tGRAPHIC=" << TextValue(pictureFile_, "GRAPHIC") << kLineEnd;
     out << "\t\tBACKCOLOR=" << backColor_ << kLineEnd;
     out << "\t\tLEFT=" << left_ << kLineEnd;
     out << "\t\tTOP=" << top_ << kLineEnd;

@@ -136,10 +136,10 @@ void SlideShow::ReadBinaryRecord(BinaryStream& stream) {
 
 void SlideShow::WriteText(std::ostream& out) const {
     out << "BLOCK SlideShow" << kLineEnd;
-    out << "\tNAME=" << name_ << kLineEnd;
-    out << "\tDESCRIPTION=" << description_ << kLineEnd;
-    out << "\tCUSTOMER=" << customer_ << kLineEnd;
-    out << "\tHELPFILE=" << helpFile_ << kLineEnd;
+    out << "\tNAME=" << TextValue(name_, "NAME") << kLineEnd;
+    out << "\tDESCRIPTION=" << TextValue(description_, "DESCRIPTION") << kLineEnd;
+    out << "\tCUSTOMER=" << TextValue(customer_, "CUSTOMER") << kLineEnd;
+    out << "\tHELPFILE=" << TextValue(helpFile_, "HELPFILE") << kLineEnd;
     out << "\tHELPTOPIC=" << helpTopic_ << kLineEnd;
     for (const auto& slide : slides_) slide->SaveToFile(out);
     out << "END" << kLineEnd;

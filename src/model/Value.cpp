@@ -88,12 +88,12 @@ void Value::LoadFromFile(BlockParser& parser) {
 
 void Value::SaveToFile(std::ostream& out) const {
     out << kIndent << "BLOCK Value" << kLineEnd;
-    out << kIndent << "\tTYPE=" << type_ << kLineEnd;
+    out << kIndent << "\tTYPE=" << TextValue(type_, "TYPE") << kLineEnd;
     out << kIndent << "\tSYMBOL=" << symbol_ << kLineEnd;
     out << kIndent << "\tROW=" << row_ << kLineEnd;
     out << kIndent << "\tCOLUMN=" << column_ << kLineEnd;
     out << kIndent << "\tPERCENTAGE=" << FormatDouble(fraction_) << kLineEnd;
-    out << kIndent << "\tVALUE=" << currentValue_.Encode() << kLineEnd;
+    out << kIndent << "\tVALUE=" << TextValue(currentValue_.Encode(), "VALUE") << kLineEnd;
     out << kIndent << "\tFORMAT=" << decimals_ << kLineEnd;
     out << kIndent << "\tTOLERANCE=" << tolerance_ << kLineEnd;
     out << kIndent << "\tISLIMIT=" << FormatBoolean(isLimit_) << kLineEnd;

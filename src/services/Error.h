@@ -22,6 +22,7 @@ inline constexpr int32_t ExportAlreadyOpen = 1003;
 inline constexpr int32_t ExportNotOpen = 1004;
 inline constexpr int32_t ExportBadMagic = 1005;
 inline constexpr int32_t PackageEntryRefused = 1006;
+inline constexpr int32_t LineBreakInText = 1007;
 inline constexpr int32_t Parser = 5000;
 inline constexpr int32_t RegistryCreate = 5000;
 inline constexpr int32_t RegistryOpen = 5001;

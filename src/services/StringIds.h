@@ -204,7 +204,9 @@ namespace kvo::Str {
     X(PackageEntryNotFull, 31591)        \
     X(PackageEntryParent, 31592)         \
     X(PackageEntryControl, 31593)        \
-    X(PackageEntryLink, 31594)
+    X(PackageEntryLink, 31594)           \
+    X(SlideShowSaveTitle, 31595)         \
+    X(SaveLineBreak, 31596)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

@@ -203,7 +203,7 @@ void FormMain::BuildMenus() {
     QMenu* help = menuBar()->addMenu(Text(Str::MenuHelp));
     help->setObjectName("mnuHelp");
     action(help, "mnuHelpContents", Str::MenuHelpContents, &FormMain::HelpContents, QKeySequence::HelpContents);
-    action(help, "mnuHelpAbout", Str::MenuHelpAbout, [this] {
+    action(help, "mnuHelpAbout", Str::MenuHelpAbout, [] {
         CurrentPrompt().Message(FormatResString(Str::AboutText, {std::string(QGuiApplication::applicationVersion().toStdString())}),
                                 S(Str::AppTitle), MessageKind::Information);
     });

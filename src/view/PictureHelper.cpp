@@ -17,6 +17,19 @@ constexpr int32_t kInvalidPicture = 481;
 constexpr int kTimeLimitMs = 20000;
 constexpr rlim_t kCpuSeconds = 15;
 constexpr rlim_t kMemoryBytes = rlim_t{2} << 30;
+// The address sanitizer reserves terabytes of address space up front, so a
+// sanitized helper cannot run under an address-space limit.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kLimitAddressSpace = false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool kLimitAddressSpace = false;
+#else
+constexpr bool kLimitAddressSpace = true;
+#endif
+#else
+constexpr bool kLimitAddressSpace = true;
+#endif
 
 [[noreturn]] void Fail(const std::string& fileName, const std::string& why) {
     throw Error(kInvalidPicture, "Metafile.LoadFile", "The picture \"" + fileName + "\" " + why);
@@ -35,7 +48,7 @@ QByteArray RunPictureHelper(const std::string& helperName, const std::string& fi
         const rlimit cpu{kCpuSeconds, kCpuSeconds};
         const rlimit memory{kMemoryBytes, kMemoryBytes};
         setrlimit(RLIMIT_CPU, &cpu);
-        setrlimit(RLIMIT_AS, &memory);
+        if (kLimitAddressSpace) setrlimit(RLIMIT_AS, &memory);
     });
     process.start(QString::fromStdString(helper), {QString::fromLocal8Bit(fileName.c_str())});
     if (!process.waitForStarted()) Fail(fileName, "cannot be read: " + helperName + " did not start");

@@ -156,6 +156,36 @@ TEST_F(SlideShowTest, ShowsRoundTripThroughBothFormats) {
     EXPECT_EQ(TextOf(fromBinary), text);
 }
 
+// Found by fuzzing: a binary show with a line break in a text loaded, then
+// saved as text that could not be read back.
+TEST_F(SlideShowTest, LineBreaksOnlyTheBinaryFormCanHoldAreRefusedBeforeATextSave) {
+    const auto withBreak = [](SlideShow& show, int where) {
+        Fill(show);
+        Slide& slide = show.Slides().Item(2);
+        Icon& icon = slide.Icons().Item(2);
+        switch (where) {
+            case 0: show.SetDescription("Bore\r\nflange"); return "DESCRIPTION";
+            case 1: slide.SetName("Bore\nflange"); return "NAME";
+            case 2: icon.SetFeatureName("Bore\rflange"); return "FEATURENAME";
+            default: icon.Values().Item(1).SetCurrentValue(Variant(std::string("Bore\r\nflange"))); return "VALUE";
+        }
+    };
+    for (int where = 0; where < 4; ++where) {
+        SlideShow show;
+        const std::string key = withBreak(show, where);
+        show.SaveToBinary(dir_.File("show.pdx"));
+        SlideShow loaded;
+        loaded.LoadFromFile(dir_.File("show.pdx"));
+        test::WriteFile(path_, "the earlier save");
+        const Error error = test::RaisedBy([&] { loaded.SaveToFile(path_); });
+        EXPECT_EQ(error.Number(), 1007) << key;
+        EXPECT_EQ(error.Description().rfind(key + " holds a line break", 0), 0u) << error.Description();
+        EXPECT_EQ(error.Description().find_first_of("\r\n"), std::string::npos) << error.Description();
+        EXPECT_EQ(test::ReadFile(path_), "the earlier save");
+        EXPECT_TRUE(loaded.Binary());
+    }
+}
+
 TEST_F(SlideShowTest, EmptyShowInBinaryHasItsExactBytes) {
     SlideShow show;
     show.SaveToBinary(path_);
