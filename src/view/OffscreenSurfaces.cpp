@@ -2,6 +2,7 @@
 
 #include <QtGui/QPainter>
 
+#include <algorithm>
 #include <cmath>
 
 #include "Colors.h"
@@ -23,8 +24,10 @@ QRect OffscreenIcon::ScreenRect() const {
                  RoundToLong(width_ / host_.TwipsPerPixelX()), RoundToLong(height_ / host_.TwipsPerPixelY()));
 }
 
+OffscreenIcon::~OffscreenIcon() { std::replace(owner_.surfaces.begin(), owner_.surfaces.end(), this, static_cast<OffscreenIcon*>(nullptr)); }
+
 std::unique_ptr<IconSurface> OffscreenOwner::CreateIcon() {
-    auto surface = std::make_unique<OffscreenIcon>(nextIndex++, host_);
+    auto surface = std::make_unique<OffscreenIcon>(nextIndex++, host_, *this);
     surfaces.push_back(surface.get());
     return surface;
 }

@@ -39,9 +39,15 @@ private:
     double twipsPerPixel_;
 };
 
+class OffscreenOwner;
+
 class OffscreenIcon final : public IconSurface {
 public:
-    OffscreenIcon(int16_t index, const OffscreenHost& host) : index_(index), host_(host) {}
+    OffscreenIcon(int16_t index, const OffscreenHost& host, OffscreenOwner& owner)
+        : index_(index), host_(host), owner_(owner) {}
+    ~OffscreenIcon() override;
+    OffscreenIcon(const OffscreenIcon&) = delete;
+    OffscreenIcon& operator=(const OffscreenIcon&) = delete;
     int16_t Index() const override { return index_; }
     int32_t Left() const override { return left_; }
     int32_t Top() const override { return top_; }
@@ -68,6 +74,7 @@ public:
 private:
     int16_t index_;
     const OffscreenHost& host_;
+    OffscreenOwner& owner_;
     int32_t left_ = 0, top_ = 0, width_ = 0, height_ = 0;
 };
 
@@ -80,7 +87,9 @@ public:
 
     int fileChanges = 0;
     std::vector<IconView*> signalled;
-    std::vector<OffscreenIcon*> surfaces;  // every surface made, in order
+    // Every surface made, in order; a destroyed one leaves nullptr behind. The
+    // owner must outlive the views that hold them.
+    std::vector<OffscreenIcon*> surfaces;
     int16_t nextIndex = 1;
 
 private:

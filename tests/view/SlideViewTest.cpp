@@ -5,6 +5,7 @@
 #include <QtCore/QBuffer>
 #include <QtGui/QImage>
 
+#include <algorithm>
 #include <array>
 
 #include "model/ModelTestSupport.h"
@@ -279,7 +280,7 @@ TEST_F(SlideViewTest, ViewsFollowTheSlideAndItsIcons) {
 
     view.SetSlide(nullptr);
     EXPECT_EQ(view.Views().Count(), 0);
-    EXPECT_FALSE(surface.visible);
+    EXPECT_EQ(std::count(owner_.surfaces.begin(), owner_.surfaces.end(), nullptr), 3);  // every surface is gone
 }
 
 TEST_F(SlideViewTest, RenamingAndTheTypeImages) {
