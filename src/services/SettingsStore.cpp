@@ -4,12 +4,11 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "AtomicFile.h"
 #include "Error.h"
@@ -58,17 +57,28 @@ std::string SettingsStore::DefaultPath() {
 }
 
 RegistryTree SettingsStore::Read() const {
-    std::ifstream in(path_, std::ios::binary);
-    if (!in) {
-        const int error = errno;
-        std::error_code ec;
-        if (!std::filesystem::exists(path_, ec)) return RegistryTree{};
-        throw SettingsFileError(path_, 0, "cannot be read: " + SystemReason(error));
+    // The error of the open itself decides: asking afterwards whether the file
+    // exists races with a writer creating it meanwhile.
+    const int fd = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        if (errno == ENOENT) return RegistryTree{};
+        throw SettingsFileError(path_, 0, "cannot be read: " + SystemReason(errno));
     }
-    std::ostringstream bytes;
-    bytes << in.rdbuf();
-    if (in.bad()) throw SettingsFileError(path_, 0, "cannot be read: " + SystemReason(errno));
-    return RegistryTree::Parse(bytes.str(), path_);
+    std::string bytes;
+    std::array<char, 65536> chunk{};
+    for (;;) {
+        const ssize_t count = read(fd, chunk.data(), chunk.size());
+        if (count == 0) break;
+        if (count < 0) {
+            if (errno == EINTR) continue;
+            const int error = errno;
+            close(fd);
+            throw SettingsFileError(path_, 0, "cannot be read: " + SystemReason(error));
+        }
+        bytes.append(chunk.data(), static_cast<std::size_t>(count));
+    }
+    close(fd);
+    return RegistryTree::Parse(bytes, path_);
 }
 
 void SettingsStore::Modify(const std::function<void(RegistryTree&)>& change) const {
