@@ -61,7 +61,7 @@ RegistryTree SettingsStore::Read() const {
     // exists races with a writer creating it meanwhile.
     const int fd = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
-        if (errno == ENOENT) return RegistryTree{};
+        if (errno == ENOENT || errno == ENOTDIR) return RegistryTree{};  // no such file: an empty store
         throw SettingsFileError(path_, 0, "cannot be read: " + SystemReason(errno));
     }
     std::string bytes;
