@@ -25,6 +25,12 @@ int32_t Int32At(const std::vector<char>& bytes, std::size_t at) {
     return static_cast<int32_t>(value);
 }
 
+// From one header field to another, in doubles: the difference of two
+// 32-bit fields need not fit in 32 bits.
+double Span(const std::vector<char>& bytes, std::size_t from, std::size_t to) {
+    return static_cast<double>(Int32At(bytes, to)) - Int32At(bytes, from);
+}
+
 // libemf2svg sizes the SVG by the picture's bounds in device units; Windows
 // shows the picture's frame. The root element gets the frame as its view box.
 std::string FramedSvg(std::string svg, double x, double y, double width, double height, long outWidth, long outHeight) {
@@ -62,12 +68,12 @@ std::string ConvertEmf(std::vector<char> bytes, std::string& out) {
     if (declaredSize > bytes.size()) return "is truncated: it says it holds more bytes than it does";
 
     // The frame is in hundredths of a millimetre; the bounds in device pixels.
-    const double frameWidth = (Int32At(bytes, 32) - Int32At(bytes, 24)) / 2540.0 * 96.0;
-    const double frameHeight = (Int32At(bytes, 36) - Int32At(bytes, 28)) / 2540.0 * 96.0;
+    const double frameWidth = Span(bytes, 24, 32) / 2540.0 * 96.0;
+    const double frameHeight = Span(bytes, 28, 36) / 2540.0 * 96.0;
     double width = frameWidth, height = frameHeight;
     if (!(width >= 1) || !(height >= 1)) {
-        width = Int32At(bytes, 16) - Int32At(bytes, 8) + 1.0;
-        height = Int32At(bytes, 20) - Int32At(bytes, 12) + 1.0;
+        width = Span(bytes, 8, 16) + 1.0;
+        height = Span(bytes, 12, 20) + 1.0;
     }
     if (!(width >= 1) || !(height >= 1) || width > 100000 || height > 100000) return "has no usable size in its header";
 
@@ -93,8 +99,8 @@ std::string ConvertEmf(std::vector<char> bytes, std::string& out) {
     const long outWidth = std::lround(width), outHeight = std::lround(height);
     if (frameWidth >= 1 && frameHeight >= 1 && devicePerMmX > 0 && devicePerMmY > 0)
         text = FramedSvg(std::move(text), Int32At(bytes, 24) / 100.0 * devicePerMmX, Int32At(bytes, 28) / 100.0 * devicePerMmY,
-                         (Int32At(bytes, 32) - Int32At(bytes, 24)) / 100.0 * devicePerMmX,
-                         (Int32At(bytes, 36) - Int32At(bytes, 28)) / 100.0 * devicePerMmY, outWidth, outHeight);
+                         Span(bytes, 24, 32) / 100.0 * devicePerMmX,
+                         Span(bytes, 28, 36) / 100.0 * devicePerMmY, outWidth, outHeight);
     out = kvo::PictureProtocol::kSvgTag;
     WriteInt(out, static_cast<int32_t>(outWidth));
     WriteInt(out, static_cast<int32_t>(outHeight));

@@ -516,7 +516,9 @@ QByteArray PrepareForLibwmf(const QByteArray& bytes) {
     const qsizetype headerEnd = at + U16At(bytes, at + 2) * 2;
     if (headerEnd <= at || headerEnd > bytes.size()) return bytes;
     QByteArray prepared = bytes.left(headerEnd);
-    uint32_t largest = U32At(bytes, at + 12);
+    // libwmf allocates what the header says the largest record is, however
+    // large: it gets the size of the largest record there really is.
+    uint32_t largest = 3;
     Mapping mapping;
     std::vector<Mapping> saved;
     for (qsizetype record = headerEnd; record + 6 <= bytes.size();) {
@@ -536,6 +538,7 @@ QByteArray PrepareForLibwmf(const QByteArray& bytes) {
             largest = std::max(largest, kRegionRecordWords);
         } else {
             prepared += bytes.mid(record, qsizetype{words} * 2);
+            largest = std::max(largest, words);
         }
         if (function == kSaveDC) {
             saved.push_back(mapping);

@@ -13,10 +13,11 @@
 namespace kvo {
 
 const std::string& TextValue(const std::string& value, std::string_view key) {
-    const auto lineBreak = value.find_first_of("\r\n");
+    // A lone carriage return reads back as it was: only a line feed ends a line.
+    const auto lineBreak = value.find('\n');
     if (lineBreak != std::string::npos)
         throw Error(ErrorNumber::LineBreakInText, LoadResString(Str::SlideShowSaveTitle),
-                    FormatResString(Str::SaveLineBreak, {std::string(key), value.substr(0, lineBreak)}));
+                    FormatResString(Str::SaveLineBreak, {std::string(key), value.substr(0, value.find_first_of("\r\n"))}));
     return value;
 }
 

@@ -6,7 +6,7 @@
 
 namespace kvo {
 
-// The value of a key line as written: raw, so one holding a line break cannot
+// The value of a key line as written: raw, so one holding a line feed cannot
 // be written at all (error 1007 names the key and the value's first line).
 const std::string& TextValue(const std::string& value, std::string_view key);
 

@@ -170,7 +170,10 @@ bool IsTruncatedBmp(const std::string& fileName) {
     const int compression = IntAt(head, 30);
     if (compression != 0 || width <= 0 || bits <= 0) return false;  // compressed sizes are not known in advance
     const int64_t rowBytes = (width * bits + 31) / 32 * 4;
-    return offset + rowBytes * height > size;
+    const int64_t available = size - offset;
+    if (available < 0) return true;
+    // rowBytes * height > available, without the product (it may not fit).
+    return height > 0 && rowBytes > available / height;
 }
 
 // Qt draws run-length data that runs past the image as far as it fits; such a

@@ -166,7 +166,7 @@ TEST_F(SlideShowTest, LineBreaksOnlyTheBinaryFormCanHoldAreRefusedBeforeATextSav
         switch (where) {
             case 0: show.SetDescription("Bore\r\nflange"); return "DESCRIPTION";
             case 1: slide.SetName("Bore\nflange"); return "NAME";
-            case 2: icon.SetFeatureName("Bore\rflange"); return "FEATURENAME";
+            case 2: icon.SetFeatureName("Bore\nflange"); return "FEATURENAME";
             default: icon.Values().Item(1).SetCurrentValue(Variant(std::string("Bore\r\nflange"))); return "VALUE";
         }
     };
@@ -184,6 +184,13 @@ TEST_F(SlideShowTest, LineBreaksOnlyTheBinaryFormCanHoldAreRefusedBeforeATextSav
         EXPECT_EQ(test::ReadFile(path_), "the earlier save");
         EXPECT_TRUE(loaded.Binary());
     }
+    // A lone carriage return ends no line when read, so it is written as it is.
+    SlideShow show;
+    show.SetDescription("\rBore\r flange\r");
+    show.SaveToFile(path_);
+    SlideShow loaded;
+    loaded.LoadFromFile(path_);
+    EXPECT_EQ(loaded.Description(), "\rBore\r flange\r");
 }
 
 TEST_F(SlideShowTest, EmptyShowInBinaryHasItsExactBytes) {

@@ -86,6 +86,45 @@ protected:
     Slide slide_;
 };
 
+// Found by fuzzing: header fields whose arithmetic overflowed, and a WMF
+// header whose largest-record field made libwmf allocate gigabytes.
+TEST_F(SlideViewTest, HeaderFieldsAtTheirLimitsAreHandled) {
+    const auto put32 = [](std::string& bytes, std::size_t at, uint32_t value) {
+        for (int i = 0; i < 4; ++i) bytes[at + static_cast<std::size_t>(i)] = static_cast<char>((value >> (8 * i)) & 0xFF);
+    };
+    std::string bmp = SmallBmp(2, 2);
+    put32(bmp, 18, 0x7FFFFFFF);  // width
+    put32(bmp, 22, 0x7FFFFFFF);  // height
+    test::WriteFile(dir_.File("huge.bmp"), bmp);
+    Bitmap bitmap;
+    const Error bmpError = RaisedBy([&] { bitmap.LoadFile(dir_.File("huge.bmp")); });
+    EXPECT_EQ(bmpError.Number(), 481);
+    EXPECT_NE(bmpError.Description().find("is truncated"), std::string::npos) << bmpError.Description();
+
+    std::string wmf = TinyWmf();
+    put32(wmf, 22 + 12, 0x6E750007);  // the largest record, as the header says
+    test::WriteFile(dir_.File("claims.wmf"), wmf);
+    Metafile metafile;
+    metafile.LoadFile(dir_.File("claims.wmf"));
+    EXPECT_GT(metafile.Width(), 0);
+
+    // An EMF header whose frame runs from the least to the greatest 32-bit value.
+    std::string emf(88, '\0');
+    put32(emf, 0, 1);
+    put32(emf, 4, 88);
+    put32(emf, 24, 0x80000000u);
+    put32(emf, 28, 0x80000000u);
+    put32(emf, 32, 0x7FFFFFFF);
+    put32(emf, 36, 0x7FFFFFFF);
+    put32(emf, 40, 0x464D4520);
+    put32(emf, 48, 88 + 20);
+    emf += std::string("\x0E\0\0\0\x14\0\0\0\0\0\0\0\x10\0\0\0\x14\0\0\0", 20);  // end of file
+    test::WriteFile(dir_.File("vast.emf"), emf);
+    const Error emfError = RaisedBy([&] { metafile.LoadFile(dir_.File("vast.emf")); });
+    EXPECT_EQ(emfError.Number(), 481);
+    EXPECT_NE(emfError.Description().find("has no usable size"), std::string::npos) << emfError.Description();
+}
+
 TEST_F(SlideViewTest, PictureKindFollowsTheNameRule) {
     EXPECT_EQ(PictureKindForName("C:\\PLAN.WMF"), PictureKind::Metafile);
     EXPECT_EQ(PictureKindForName("/srv/plan.bmp"), PictureKind::Bitmap);
