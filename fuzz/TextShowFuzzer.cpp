@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "FuzzSupport.h"
+#include "model/BinaryStream.h"
 #include "model/SlideShow.h"
 #include "services/Error.h"
 
@@ -15,6 +16,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
     using namespace kvo::fuzz;
+    // Binary shows are the other fuzzer's.
+    if (std::string_view(reinterpret_cast<const char*>(data), size).starts_with(kvo::BinaryStream::kMagic)) return 0;
     const std::string input = WriteInput("input.pdz", {reinterpret_cast<const char*>(data), size});
     kvo::SlideShow show;
     try {

@@ -2,6 +2,8 @@
 #include "EmfConvert.h"
 
 #include <emf2svg.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -54,6 +56,88 @@ void WriteInt(std::string& out, int32_t value) {
     for (int i = 0; i < 4; ++i) out.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
 }
 
+// libemf2svg trusts every length it finds in a record; the checks that
+// libUEMF has for them are run here first. libUEMF ships no header for them.
+extern "C" int U_emf_record_safe(const char* record);
+
+constexpr uint32_t kEndOfFile = 14;
+constexpr uint32_t kLastKnownType = 122;
+
+constexpr uint32_t kTextOutA = 83, kTextOutW = 84;
+constexpr uint32_t kSpacingBothWays = 0x2000;  // ETO_PDY: two spacings per character
+
+// libUEMF refuses a text record without spacings (offDx 0), which writers
+// produce and libemf2svg reads without harm: text records are checked here.
+bool TextFits(const std::vector<char>& bytes, std::size_t at, uint32_t size, bool wide) {
+    if (size < 76) return false;
+    const auto count = static_cast<uint64_t>(static_cast<uint32_t>(Int32At(bytes, at + 44)));
+    const auto textAt = static_cast<uint64_t>(static_cast<uint32_t>(Int32At(bytes, at + 48)));
+    const auto options = static_cast<uint32_t>(Int32At(bytes, at + 52));
+    const auto spacingAt = static_cast<uint64_t>(static_cast<uint32_t>(Int32At(bytes, at + 72)));
+    if (textAt + count * (wide ? 2 : 1) > size) return false;
+    const uint64_t spacing = count * 4 * ((options & kSpacingBothWays) != 0 ? 2 : 1);
+    return spacingAt == 0 || spacingAt + spacing <= size;
+}
+
+constexpr uint32_t kSmallTextOut = 108;
+constexpr uint32_t kNoRectangle = 0x100, kSmallCharacters = 0x200;
+
+// libUEMF miscounts this one too: 8-bit characters, and no rectangle, are options.
+bool SmallTextFits(const std::vector<char>& bytes, std::size_t at, uint32_t size) {
+    if (size < 36) return false;
+    const auto count = static_cast<uint64_t>(static_cast<uint32_t>(Int32At(bytes, at + 16)));
+    const auto options = static_cast<uint32_t>(Int32At(bytes, at + 20));
+    const uint64_t needed = 36 + ((options & kNoRectangle) != 0 ? 0 : 16) + count * ((options & kSmallCharacters) != 0 ? 1 : 2);
+    return needed <= size;
+}
+
+std::string Damaged(const std::string& what, std::size_t at) { return "is damaged: " + what + " at byte " + std::to_string(at); }
+
+// libUEMF warns on standard error about record types it cannot check; that
+// channel carries the helper's one line for the editor.
+class QuietStandardError {
+public:
+    QuietStandardError() : saved_(dup(STDERR_FILENO)) {
+        const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        if (null >= 0) {
+            dup2(null, STDERR_FILENO);
+            close(null);
+        }
+    }
+    ~QuietStandardError() {
+        if (saved_ < 0) return;
+        dup2(saved_, STDERR_FILENO);
+        close(saved_);
+    }
+    QuietStandardError(const QuietStandardError&) = delete;
+    QuietStandardError& operator=(const QuietStandardError&) = delete;
+
+private:
+    int saved_;
+};
+
+std::string CheckRecords(const std::vector<char>& bytes, uint32_t headerSize) {
+    const QuietStandardError quiet;
+    const auto descriptionLength = static_cast<uint64_t>(static_cast<uint32_t>(Int32At(bytes, 60)));
+    const auto descriptionAt = static_cast<uint64_t>(static_cast<uint32_t>(Int32At(bytes, 64)));
+    if (descriptionLength > 0 && descriptionAt + descriptionLength * 2 > headerSize)
+        return "is damaged: the description in its header runs past the header";
+    for (std::size_t at = 0; at < bytes.size();) {
+        if (bytes.size() - at < 8) return Damaged("a record is cut off", at);
+        const auto type = static_cast<uint32_t>(Int32At(bytes, at));
+        const auto size = static_cast<uint32_t>(Int32At(bytes, at + 4));
+        if (size < 8 || size % 4 != 0 || size > bytes.size() - at) return Damaged("a record with an impossible length", at);
+        const bool safe = type == kTextOutA || type == kTextOutW ? TextFits(bytes, at, size, type == kTextOutW)
+                          : type == kSmallTextOut                ? SmallTextFits(bytes, at, size)
+                          : type >= 1 && type <= kLastKnownType  ? U_emf_record_safe(bytes.data() + at) != 0
+                                                                 : true;
+        if (!safe) return Damaged("a record whose contents run past its end", at);
+        if (type == kEndOfFile) break;
+        at += size;
+    }
+    return {};
+}
+
 }  // namespace
 
 namespace kvo {
@@ -66,6 +150,7 @@ std::string ConvertEmf(std::vector<char> bytes, std::string& out) {
     const uint32_t declaredSize = static_cast<uint32_t>(Int32At(bytes, 48));
     if (headerSize < kMinimumHeader || headerSize > bytes.size()) return "is damaged: its header is cut off";
     if (declaredSize > bytes.size()) return "is truncated: it says it holds more bytes than it does";
+    if (const std::string damage = CheckRecords(bytes, headerSize); !damage.empty()) return damage;
 
     // The frame is in hundredths of a millimetre; the bounds in device pixels.
     const double frameWidth = Span(bytes, 24, 32) / 2540.0 * 96.0;

@@ -334,7 +334,10 @@ void DrawText(wmfAPI* api, wmfDrawText_t* t) {
         background.addPolygon(box);
         p.fillPath(background, Rgb(t->dc->bgcolor));
     }
-    QFont qfont(font->lfFaceName != nullptr ? QString::fromLatin1(font->lfFaceName) : QString("Helvetica"));
+    QFont qfont(font->lfFaceName != nullptr ? QString::fromLatin1(font->lfFaceName) : QString());
+    // An empty name, or one of commas and quotes only, leaves Qt a font without
+    // a family, which crashes when a QPicture records it.
+    if (qfont.families().isEmpty()) qfont.setFamilies({QStringLiteral("Helvetica")});
     const double height = LengthY(d, t->dc, t->font_height);
     qfont.setPixelSize(std::max(1, static_cast<int>(std::lround(height))));
     qfont.setWeight(font->lfWeight >= 600 ? QFont::Bold : QFont::Normal);

@@ -21,8 +21,9 @@ namespace {
 
 using test::RaisedBy;
 
-// A placeable metafile of a 100 x 100 logical frame with one rectangle.
-std::string TinyWmf() {
+// A placeable metafile of a 100 x 100 logical frame with one rectangle, and
+// the given records after it.
+std::string TinyWmf(const std::vector<std::vector<int>>& more = {}) {
     std::string bytes;
     const auto u16 = [&](int v) {
         bytes.push_back(static_cast<char>(v & 0xFF));
@@ -37,10 +38,11 @@ std::string TinyWmf() {
     for (uint16_t word : placeable) checksum ^= word;
     for (uint16_t word : placeable) u16(word);
     u16(checksum);
-    const std::vector<std::vector<int>> records = {{0x020B, 0, 0}, {0x020C, 100, 100}, {0x041B, 90, 90, 10, 10}};
+    std::vector<std::vector<int>> records = {{0x020B, 0, 0}, {0x020C, 100, 100}, {0x041B, 90, 90, 10, 10}};
+    records.insert(records.end(), more.begin(), more.end());
     uint32_t words = 9 + 3;
     for (const auto& r : records) words += 3 + static_cast<uint32_t>(r.size() - 1);
-    u16(1), u16(9), u16(0x0300), u32(words), u16(0), u32(7), u16(0);
+    u16(1), u16(9), u16(0x0300), u32(words), u16(1), u32(20), u16(0);
     for (const auto& r : records) {
         u32(3 + static_cast<uint32_t>(r.size() - 1));
         u16(r[0]);
@@ -123,6 +125,30 @@ TEST_F(SlideViewTest, HeaderFieldsAtTheirLimitsAreHandled) {
     const Error emfError = RaisedBy([&] { metafile.LoadFile(dir_.File("vast.emf")); });
     EXPECT_EQ(emfError.Number(), 481);
     EXPECT_NE(emfError.Description().find("has no usable size"), std::string::npos) << emfError.Description();
+}
+
+// Found by fuzzing: text in a font without a name crashed Qt as it was
+// recorded, and libemf2svg read an EMF description that lay past the header.
+TEST_F(SlideViewTest, FuzzedMetafilesDrawOrFailClearly) {
+    // CreateFontIndirect with an empty face name, select it, TextOut "Hi".
+    test::WriteFile(dir_.File("nameless.wmf"), TinyWmf({{0x02FB, 20, 0, 0, 0, 400, 0, 0, 0, 0},
+                                                         {0x012D, 0},
+                                                         {0x0521, 2, 0x6948, 50, 10}}));
+    Metafile metafile;
+    metafile.LoadFile(dir_.File("nameless.wmf"));
+    EXPECT_GT(metafile.Width(), 0);
+
+    std::string emf(88, '\0');
+    const auto put32 = [&](std::size_t at, uint32_t value) {
+        for (int i = 0; i < 4; ++i) emf[at + static_cast<std::size_t>(i)] = static_cast<char>((value >> (8 * i)) & 0xFF);
+    };
+    put32(0, 1), put32(4, 88), put32(16, 99), put32(20, 99), put32(40, 0x464D4520), put32(48, 88 + 20);
+    put32(60, 4000), put32(64, 80);  // 4000 characters of description, 8 bytes before the header ends
+    emf += std::string("\x0E\0\0\0\x14\0\0\0\0\0\0\0\x10\0\0\0\x14\0\0\0", 20);
+    test::WriteFile(dir_.File("described.emf"), emf);
+    const Error error = RaisedBy([&] { metafile.LoadFile(dir_.File("described.emf")); });
+    EXPECT_EQ(error.Number(), 481);
+    EXPECT_NE(error.Description().find("description in its header runs past"), std::string::npos) << error.Description();
 }
 
 TEST_F(SlideViewTest, PictureKindFollowsTheNameRule) {
