@@ -120,7 +120,8 @@ std::string CheckRecords(const std::vector<char>& bytes, uint32_t headerSize) {
     const QuietStandardError quiet;
     const auto descriptionLength = static_cast<uint64_t>(static_cast<uint32_t>(Int32At(bytes, 60)));
     const auto descriptionAt = static_cast<uint64_t>(static_cast<uint32_t>(Int32At(bytes, 64)));
-    if (descriptionLength > 0 && descriptionAt + descriptionLength * 2 > headerSize)
+    // libemf2svg reads from the offset even when the length is nought.
+    if ((descriptionLength > 0 || descriptionAt > 0) && descriptionAt + descriptionLength * 2 > headerSize)
         return "is damaged: the description in its header runs past the header";
     for (std::size_t at = 0; at < bytes.size();) {
         if (bytes.size() - at < 8) return Damaged("a record is cut off", at);

@@ -143,12 +143,15 @@ TEST_F(SlideViewTest, FuzzedMetafilesDrawOrFailClearly) {
         for (int i = 0; i < 4; ++i) emf[at + static_cast<std::size_t>(i)] = static_cast<char>((value >> (8 * i)) & 0xFF);
     };
     put32(0, 1), put32(4, 88), put32(16, 99), put32(20, 99), put32(40, 0x464D4520), put32(48, 88 + 20);
-    put32(60, 4000), put32(64, 80);  // 4000 characters of description, 8 bytes before the header ends
     emf += std::string("\x0E\0\0\0\x14\0\0\0\0\0\0\0\x10\0\0\0\x14\0\0\0", 20);
-    test::WriteFile(dir_.File("described.emf"), emf);
-    const Error error = RaisedBy([&] { metafile.LoadFile(dir_.File("described.emf")); });
-    EXPECT_EQ(error.Number(), 481);
-    EXPECT_NE(error.Description().find("description in its header runs past"), std::string::npos) << error.Description();
+    for (const uint32_t characters : {4000u, 0u}) {  // without characters, the offset alone is read from
+        put32(60, characters);
+        put32(64, characters == 0 ? 200 : 80);
+        test::WriteFile(dir_.File("described.emf"), emf);
+        const Error error = RaisedBy([&] { metafile.LoadFile(dir_.File("described.emf")); });
+        EXPECT_EQ(error.Number(), 481);
+        EXPECT_NE(error.Description().find("description in its header runs past"), std::string::npos) << error.Description();
+    }
 }
 
 TEST_F(SlideViewTest, PictureKindFollowsTheNameRule) {
