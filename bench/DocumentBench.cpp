@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -69,6 +70,30 @@ void BM_LoadShow(benchmark::State& state) {
     state.SetLabel(state.range(0) != 0 ? "binary" : "text");
 }
 BENCHMARK(BM_LoadShow)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+// The baselines: the same bytes read into memory, and written out, plainly.
+void BM_PlainRead(benchmark::State& state) {
+    const std::string& path = LargeShow(state.range(0) != 0);
+    for (auto _ : state) {
+        std::ifstream in(path, std::ios::binary);
+        const std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+        benchmark::DoNotOptimize(bytes.data());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(fs::file_size(path)));
+    state.SetLabel(state.range(0) != 0 ? "binary" : "text");
+}
+BENCHMARK(BM_PlainRead)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+void BM_PlainWrite(benchmark::State& state) {
+    const bool binary = state.range(0) != 0;
+    std::ifstream in(LargeShow(binary), std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    const fs::path out = Folder() / (binary ? "plain.pdx" : "plain.pdz");
+    for (auto _ : state) std::ofstream(out, std::ios::binary | std::ios::trunc).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(bytes.size()));
+    state.SetLabel(binary ? "binary" : "text");
+}
+BENCHMARK(BM_PlainWrite)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 void BM_SaveShow(benchmark::State& state) {
     const bool binary = state.range(0) != 0;

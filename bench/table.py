@@ -1,0 +1,51 @@
+#!/usr/bin/env python3
+"""Prints one table from the JSON files the benchmarks wrote: each operation's
+figure, the baseline measured in the same run, and their ratio."""
+import json
+import sys
+
+FRAME_BUDGET_MS = 16.7
+
+# (operation, figure, baseline); a baseline that is a number is a fixed budget.
+ROWS = [
+    ("Text show load, 200x50x4", "BM_LoadShow/0", "BM_PlainRead/0", "plain read"),
+    ("Binary show load, 200x50x4", "BM_LoadShow/1", "BM_PlainRead/1", "plain read"),
+    ("Text show save, 200x50x4", "BM_SaveShow/0", "BM_PlainWrite/0", "plain write"),
+    ("Binary show save, 200x50x4", "BM_SaveShow/1", "BM_PlainWrite/1", "plain write"),
+    ("Export 50 MB of pictures", "BM_ExportPackage", "BM_PlainCopyBaseline", "file copy"),
+    ("Import 50 MB of pictures", "BM_ImportPackage", "BM_PlainCopyBaseline", "file copy"),
+    ("Paint slide, 500 icons", "BM_PaintSlide/500/real_time", FRAME_BUDGET_MS, "frame budget"),
+    ("Paint slide, 1000 icons", "BM_PaintSlide/1000/real_time", FRAME_BUDGET_MS, "frame budget"),
+    ("Drag over 500 icons, per frame", "BM_DragOver500Icons/real_time", FRAME_BUDGET_MS, "frame budget"),
+    ("Start-up to first paint", "BM_EditorWithExample/iterations:10/real_time",
+     "BM_MinimalQtWidget/iterations:10/real_time", "minimal Qt widget"),
+    ("Block parser, 1M lines", "BM_BlockParserTokens", "BM_GetlineBaseline", "getline"),
+]
+
+UNIT_TO_MS = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}
+
+
+def main(paths):
+    times = {}
+    for path in paths:
+        with open(path) as f:
+            for b in json.load(f)["benchmarks"]:
+                if b.get("run_type", "iteration") != "iteration" or b.get("error_occurred"):
+                    continue
+                times[b["name"]] = b["real_time"] * UNIT_TO_MS[b.get("time_unit", "ns")]
+    header = f"{'Operation':34} {'Figure ms':>10} {'Baseline ms':>12} {'Ratio':>7}  Baseline"
+    print(header)
+    print("-" * len(header))
+    missing = []
+    for name, figure, baseline, what in ROWS:
+        if figure not in times or (isinstance(baseline, str) and baseline not in times):
+            missing.append(name)
+            continue
+        base = baseline if isinstance(baseline, float) else times[baseline]
+        print(f"{name:34} {times[figure]:10.2f} {base:12.2f} {times[figure] / base:7.2f}  {what}")
+    for name in missing:
+        print(f"{name:34} {'(not measured: see the benchmark output)':>40}")
+
+
+if __name__ == "__main__":
+    main(sys.argv[1:])
