@@ -103,8 +103,25 @@ bool NormaliseDecimal(std::string_view text, std::string& out, long& decimalExpo
 
 // Parses a number; whole is set when it came from "&H" / "&O" so callers can
 // reinterpret the bit pattern.
+// Plain whole numbers of up to nine digits are most of what a slide show
+// holds; they need neither the special forms nor a copy for from_chars.
+bool ParseSmallWhole(std::string_view text, double& value) {
+    const bool negative = !text.empty() && text.front() == '-';
+    if (negative) text.remove_prefix(1);
+    if (text.empty() || text.size() > 9) return false;
+    int32_t whole = 0;
+    for (char c : text) {
+        if (!IsDigit(c)) return false;
+        whole = whole * 10 + (c - '0');
+    }
+    value = negative ? -static_cast<double>(whole) : static_cast<double>(whole);
+    return true;
+}
+
 double ParseNumber(std::string_view original, const char* target, bool& fromRadix, uint32_t& radixBits) {
     const std::string_view text = Trim(original);
+    fromRadix = false;
+    if (double whole = 0; ParseSmallWhole(text, whole)) return whole;
     fromRadix = ParseRadix(text, radixBits);
     if (fromRadix) return static_cast<double>(radixBits);
     for (const auto& special : kSpecialValues)

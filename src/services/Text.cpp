@@ -9,8 +9,6 @@ bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 char ToLowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
 }  // namespace
 
-char ToUpperAscii(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
-
 std::string ToUpper(std::string_view text) {
     std::string result(text);
     std::transform(result.begin(), result.end(), result.begin(), ToUpperAscii);

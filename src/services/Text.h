@@ -7,7 +7,8 @@ namespace kvo {
 
 // ASCII-only case rules: the file formats compare keys and names this way, and
 // bytes of other characters pass through untouched.
-char ToUpperAscii(char c);
+// Inline: the text reader calls it for every character of every key.
+inline char ToUpperAscii(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
 std::string ToUpper(std::string_view text);
 std::string ToLower(std::string_view text);
 bool EqualsNoCase(std::string_view a, std::string_view b);

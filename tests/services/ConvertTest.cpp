@@ -61,6 +61,10 @@ TEST(Convert, LongsDoublesAndSingles) {
     EXPECT_EQ(ToLong("-2147483648"), std::numeric_limits<int32_t>::min());
     EXPECT_EQ(ToLong("&HFFFFFFFF"), -1);
     EXPECT_EQ(ToLong("40000"), 40000);
+    // Nine digits and fewer take a short way; both ways must agree at the edge.
+    EXPECT_EQ(ToLong("-999999999"), -999999999);
+    EXPECT_EQ(ToLong("1000000000"), 1000000000);
+    EXPECT_TRUE(std::signbit(ToDouble("-0")));
     EXPECT_EQ(ToDouble("0.8"), 0.8);
     EXPECT_EQ(ToDouble("-1.5E-3"), -0.0015);
     EXPECT_EQ(ToDouble("1e-400"), 0.0);  // underflow reads as zero, not as an error
