@@ -206,7 +206,8 @@ namespace kvo::Str {
     X(PackageEntryControl, 31593)        \
     X(PackageEntryLink, 31594)           \
     X(SlideShowSaveTitle, 31595)         \
-    X(SaveLineBreak, 31596)
+    X(SaveLineBreak, 31596)              \
+    X(RecentFileMissing, 31597)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

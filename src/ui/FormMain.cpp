@@ -154,7 +154,9 @@ void FormMain::BuildMenus() {
     action(file, "mnuFileCapture", Str::MenuFileCapture, &FormMain::FileCapture);
     action(file, "mnuFileCopyImage", Str::MenuFileCopyImage, &FormMain::FileCopyImage);
     file->addSeparator();
-    action(file, "mnuFileExit", Str::MenuFileExit, &FormMain::FileExit, QKeySequence::Quit);
+    exitAction_ = action(file, "mnuFileExit", Str::MenuFileExit, &FormMain::FileExit, QKeySequence::Quit);
+    fileMenu_ = file;
+    UpdateRecentMenu();
 
     QMenu* slide = menuBar()->addMenu(Text(Str::MenuSlide));
     slide->setObjectName("mnuSlide");
@@ -531,8 +533,51 @@ bool FormMain::OpenDocument(const std::string& fileName) {
         return false;
     }
     ShowDocument(std::move(show), fileName);
+    RememberDocument(fileName);
     if (IsReadOnly(fileName)) CurrentPrompt().Message(S(Str::OpenReadOnly), S(Str::ReadOnlyTitle), MessageKind::Information);
     return true;
+}
+
+void FormMain::RememberDocument(const std::string& fileName) {
+    recent_.Add(fileName);
+    UpdateRecentMenu();
+}
+
+// The entries sit just above Exit, numbered for the keyboard, as editors have them.
+void FormMain::UpdateRecentMenu() {
+    // Later, not now: this may run inside the triggered signal of one of them.
+    for (QAction* old : recentActions_) {
+        fileMenu_->removeAction(old);
+        old->setObjectName({});
+        old->deleteLater();
+    }
+    recentActions_.clear();
+    const auto& paths = recent_.Paths();
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        const std::string path = paths[i];
+        auto* item = new QAction(QStringLiteral("&%1 %2").arg(i + 1).arg(QString::fromStdString(FileNamePart(path))), fileMenu_);
+        item->setObjectName(QStringLiteral("mnuFileRecent%1").arg(i + 1));
+        item->setStatusTip(QString::fromStdString(path));
+        item->setToolTip(QString::fromStdString(path));
+        connect(item, &QAction::triggered, this, [this, path] { OpenRecent(path); });
+        recentActions_.append(item);
+    }
+    if (!recentActions_.isEmpty()) {
+        auto* separator = new QAction(fileMenu_);
+        separator->setSeparator(true);
+        recentActions_.append(separator);
+    }
+    fileMenu_->insertActions(exitAction_, recentActions_);
+}
+
+void FormMain::OpenRecent(const std::string& fileName) {
+    if (!FileExists(fileName)) {
+        CurrentPrompt().Message(FormatResString(Str::RecentFileMissing, {fileName}), S(Str::AppTitle), MessageKind::Exclamation);
+        recent_.Remove(fileName);
+        UpdateRecentMenu();
+        return;
+    }
+    OpenDocument(fileName);
 }
 
 bool FormMain::Write(const std::string& fileName, bool binary) {
@@ -564,6 +609,7 @@ void FormMain::FileSaveAs() {
     const auto name = CurrentPrompt().ChooseSaveFile({S(Str::SaveAsTitle), S(Str::TextFilter), slideDirectory_, fileName_});
     if (!name || name->empty() || !Write(*name, false)) return;
     fileName_ = *name;
+    RememberDocument(*name);
     UpdateCaption();
     saved_ = true;
 }

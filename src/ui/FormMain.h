@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "services/RecentFiles.h"
 #include "view/Surfaces.h"
 
 class QAction;
@@ -119,6 +120,9 @@ private:
     void ArrangeControls();
     void ResizeEditingArea(int widthTwips, int heightTwips);
     QImage SlideImage() const;
+    void RememberDocument(const std::string& fileName);
+    void UpdateRecentMenu();
+    void OpenRecent(const std::string& fileName);
 
     QWidget* central_;
     SlideHost* picMain_;
@@ -129,6 +133,10 @@ private:
     QPushButton* cmdDelayedResize_;
     QFileSystemWatcher* pictureWatcher_;
     QMenu* iconMenu_;
+    QMenu* fileMenu_ = nullptr;
+    QAction* exitAction_ = nullptr;
+    QList<QAction*> recentActions_;  // the recent files' entries and the separator after them
+    RecentFiles recent_{RecentFiles::DefaultStorePath()};
     IconView* currentIconView_ = nullptr;  // while the icon menu is open
     std::unique_ptr<Icon> defaultIcon_;    // the template of new icons, for as long as the program runs
     std::unique_ptr<SlideShow> document_;

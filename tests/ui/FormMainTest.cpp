@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <QtPrintSupport/QPrinter>
+#include <QtWidgets/QMenu>
 #include <QtWidgets/QMenuBar>
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QStatusBar>
 
 #include <filesystem>
+#include <vector>
 
 #include "UiTestSupport.h"
 #include "model/ModelTestSupport.h"
@@ -95,6 +97,42 @@ TEST_F(FormMainTest, AFileThatCannotBeReadLeavesTheWindowAsItWas) {
     EXPECT_NE(prompt_.shown[0].text.find("error 13"), std::string::npos) << prompt_.shown[0].text;
     EXPECT_EQ(window->FileName(), show_);
     EXPECT_EQ(window->Document()->Slides().Count(), 3);
+}
+
+TEST_F(FormMainTest, RecentFilesListTheEightLastOpenedAndDropAMissingOne) {
+    test::ScopedEnv config("XDG_CONFIG_HOME", dir_.File("config"));
+    const auto recent = [](FormMain& window) {
+        std::vector<std::string> entries;
+        for (QAction* item : window.menuBar()->findChild<QMenu*>("mnuFile")->actions())
+            if (item->objectName().startsWith("mnuFileRecent")) entries.push_back(item->text().toStdString());
+        return entries;
+    };
+    auto window = Window();
+    EXPECT_TRUE(recent(*window).empty());
+    for (int i = 1; i <= 9; ++i) {
+        fs::copy_file(show_, dir_.File("show" + std::to_string(i) + ".pdz"));
+        ASSERT_TRUE(window->OpenDocument(dir_.File("show" + std::to_string(i) + ".pdz")));
+    }
+    test::WriteFile(dir_.File("bad.pdz"), "not a show");
+    EXPECT_FALSE(window->OpenDocument(dir_.File("bad.pdz")));  // what did not open is not listed
+    window->OpenDocument(dir_.File("show5.pdz"));              // opened again: first, and once
+    const std::vector<std::string> expected = {"&1 show5.pdz", "&2 show9.pdz", "&3 show8.pdz", "&4 show7.pdz",
+                                               "&5 show6.pdz", "&6 show4.pdz", "&7 show3.pdz", "&8 show2.pdz"};
+    EXPECT_EQ(recent(*window), expected);
+    // The list is the user's, so the next window has it too.
+    window.reset();
+    window = Window();
+    EXPECT_EQ(recent(*window), expected);
+
+    fs::remove(dir_.File("show9.pdz"));
+    window->findChild<QAction*>("mnuFileRecent2")->trigger();
+    ASSERT_EQ(prompt_.shown.size(), 2u);  // the bad file's message, then this one
+    EXPECT_EQ(prompt_.shown[1].text, FormatResString(Str::RecentFileMissing, {dir_.File("show9.pdz")}));
+    EXPECT_EQ(recent(*window).size(), 7u);
+    EXPECT_EQ(recent(*window)[1], "&2 show8.pdz");
+    EXPECT_EQ(window->FileName(), "");  // nothing was opened
+    window->findChild<QAction*>("mnuFileRecent2")->trigger();
+    EXPECT_EQ(window->FileName(), dir_.File("show8.pdz"));
 }
 
 TEST_F(FormMainTest, ExitWithChangesAsksAndYesOpensSaveAs) {

@@ -1,0 +1,56 @@
+#include "RecentFiles.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <utility>
+
+#include "AtomicFile.h"
+#include "Error.h"
+#include "Paths.h"
+
+namespace kvo {
+
+RecentFiles::RecentFiles(std::string storePath) : storePath_(std::move(storePath)) {
+    std::ifstream in(storePath_, std::ios::binary);
+    for (std::string line; paths_.size() < kMaxFiles && std::getline(in, line);) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        // A line edited into something else than a full path is dropped, not opened.
+        if (IsFullPath(line) && std::find(paths_.begin(), paths_.end(), line) == paths_.end()) paths_.push_back(line);
+    }
+}
+
+std::string RecentFiles::DefaultStorePath() {
+    const char* config = std::getenv("XDG_CONFIG_HOME");
+    const char* home = std::getenv("HOME");
+    const std::filesystem::path base = config != nullptr && *config == '/' ? std::filesystem::path(config)
+                                       : home != nullptr && *home != '\0'    ? std::filesystem::path(home) / ".config"
+                                                                             : std::filesystem::temp_directory_path();
+    return (base / "kvoeditor" / "recent-files").string();
+}
+
+void RecentFiles::Add(const std::string& path) {
+    if (path.find('\n') != std::string::npos) return;  // one line per path
+    std::erase(paths_, path);
+    paths_.insert(paths_.begin(), path);
+    if (paths_.size() > kMaxFiles) paths_.resize(kMaxFiles);
+    Save();
+}
+
+void RecentFiles::Remove(const std::string& path) {
+    if (std::erase(paths_, path) > 0) Save();
+}
+
+void RecentFiles::Save() const {
+    std::string text;
+    for (const auto& path : paths_) text += path + '\n';
+    std::error_code ec;
+    std::filesystem::create_directories(std::filesystem::path(storePath_).parent_path(), ec);
+    try {
+        WriteFileAtomically(storePath_, text);
+    } catch (const Error&) {
+    }
+}
+
+}  // namespace kvo
