@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 #include <cmath>
 #include <cstring>
 #include <string>
@@ -38,9 +39,17 @@ struct Device {
     double originX = 0, originY = 0;  // top left of the frame or the bounds
     double scaleX = 1, scaleY = 1;    // to recorded pixels
     double pixelScale = 1;            // recorded pixels per natural pixel
+    // The bitmaps made for libwmf: a brush of a pattern style that no bitmap
+    // came with carries whatever its memory held, which is never drawn or freed.
+    std::set<const QImage*> images;
 };
 
 Device& DeviceOf(wmfAPI* api) { return *static_cast<Device*>(api->device_data); }
+
+const QImage* ImageOf(const Device& d, const wmfBMP& bmp) {
+    const auto* image = static_cast<const QImage*>(bmp.data);
+    return d.images.contains(image) ? image : nullptr;
+}
 
 // libwmf hands out device coordinates; with a frame they go back to logical ones
 // through the window and the size of a logical unit.
@@ -112,8 +121,8 @@ QBrush MakeBrush(const Device& d, wmfDC* dc) {
         case BS_DIBPATTERNPT:
         case BS_PATTERN8X8:
         case BS_DIBPATTERN8X8:
-            if (brush->bmp.data != nullptr) {
-                QBrush result(*static_cast<const QImage*>(brush->bmp.data));
+            if (const QImage* image = ImageOf(d, brush->bmp)) {
+                QBrush result(*image);
                 result.setTransform(QTransform::fromScale(d.pixelScale, d.pixelScale));
                 return result;
             }
@@ -242,7 +251,7 @@ void RopDraw(wmfAPI* api, wmfROP_Draw_t* r) {
 }
 
 // Turns a packed DIB into an image by giving it the file header it lacks.
-void BmpRead(wmfAPI*, wmfBMP_Read_t* r) {
+void BmpRead(wmfAPI* api, wmfBMP_Read_t* r) {
     r->bmp.data = nullptr;
     if (r->buffer == nullptr || r->length < 40) return;
     const uint32_t headerSize = static_cast<uint32_t>(r->buffer[0] | (r->buffer[1] << 8) | (r->buffer[2] << 16) | (r->buffer[3] << 24));
@@ -267,17 +276,22 @@ void BmpRead(wmfAPI*, wmfBMP_Read_t* r) {
     r->bmp.width = static_cast<U16>(image->width());
     r->bmp.height = static_cast<U16>(image->height());
     r->bmp.data = image;
+    DeviceOf(api).images.insert(image);
 }
 
-void BmpFree(wmfAPI*, wmfBMP* bmp) {
-    delete static_cast<QImage*>(bmp->data);
+void BmpFree(wmfAPI* api, wmfBMP* bmp) {
+    if (const QImage* image = ImageOf(DeviceOf(api), *bmp)) {
+        DeviceOf(api).images.erase(image);
+        delete image;
+    }
     bmp->data = nullptr;
 }
 
 void BmpDraw(wmfAPI* api, wmfBMP_Draw_t* b) {
-    if (b->bmp.data == nullptr) return;
     Device& d = DeviceOf(api);
-    const QImage& image = *static_cast<const QImage*>(b->bmp.data);
+    const QImage* found = ImageOf(d, b->bmp);
+    if (found == nullptr) return;
+    const QImage& image = *found;
     const QRectF source(b->crop.x, b->crop.y, b->crop.w, b->crop.h);
     const QPointF at = Map(d, b->dc, b->pt);
     const QRectF target(at, QSizeF(LengthX(d, b->dc, b->crop.w * b->pixel_width), LengthY(d, b->dc, b->crop.h * b->pixel_height)));
@@ -584,10 +598,13 @@ std::string ConvertWmf(const QByteArray& original, QByteArray& out) {
     wmfAPI_Options options{};
     options.function = InstallDevice;
     const unsigned long flags = WMF_OPT_FUNCTION | WMF_OPT_IGNORE_NONFATAL | WMF_OPT_NO_DEBUG | WMF_OPT_NO_ERROR;
+    Device device;
     if (wmf_api_create(&api, flags, &options) != wmf_E_None) return "the metafile library could not start";
+    api->device_data = &device;  // bitmaps may be read while the file is scanned
     const auto finish = [&](std::string status) {
         wmf_mem_close(api);
         wmf_api_destroy(api);
+        for (const QImage* image : device.images) delete image;  // those libwmf never freed
         return status;
     };
     if (wmf_mem_open(api, reinterpret_cast<unsigned char*>(bytes.data()), bytes.size()) != wmf_E_None)
@@ -599,7 +616,6 @@ std::string ConvertWmf(const QByteArray& original, QByteArray& out) {
         width = static_cast<unsigned>(std::max(1.0f, bounds.BR.x - bounds.TL.x));
         height = static_cast<unsigned>(std::max(1.0f, bounds.BR.y - bounds.TL.y));
     }
-    Device device;
     const double pixelScale = kRecordedSide / std::max(width, height);
     const int recordedWidth = std::max(1, static_cast<int>(std::lround(width * pixelScale)));
     const int recordedHeight = std::max(1, static_cast<int>(std::lround(height * pixelScale)));
@@ -627,7 +643,6 @@ std::string ConvertWmf(const QByteArray& original, QByteArray& out) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setClipRect(QRect(0, 0, recordedWidth, recordedHeight));
     device.painter = &painter;
-    api->device_data = &device;
     const wmf_error_t played = wmf_play(api, 0, &bounds);
     painter.end();
     if (played != wmf_E_None) return finish("could not be drawn: the metafile is damaged");

@@ -128,7 +128,8 @@ TEST_F(SlideViewTest, HeaderFieldsAtTheirLimitsAreHandled) {
 }
 
 // Found by fuzzing: text in a font without a name crashed Qt as it was
-// recorded, and libemf2svg read an EMF description that lay past the header.
+// recorded, a pattern brush without a pattern was drawn from stray memory,
+// and libemf2svg read an EMF description that lay past the header.
 TEST_F(SlideViewTest, FuzzedMetafilesDrawOrFailClearly) {
     // CreateFontIndirect with an empty face name, select it, TextOut "Hi".
     test::WriteFile(dir_.File("nameless.wmf"), TinyWmf({{0x02FB, 20, 0, 0, 0, 400, 0, 0, 0, 0},
@@ -136,6 +137,10 @@ TEST_F(SlideViewTest, FuzzedMetafilesDrawOrFailClearly) {
                                                          {0x0521, 2, 0x6948, 50, 10}}));
     Metafile metafile;
     metafile.LoadFile(dir_.File("nameless.wmf"));
+    EXPECT_GT(metafile.Width(), 0);
+    // A pattern brush made without a pattern, filling an ellipse.
+    test::WriteFile(dir_.File("patternless.wmf"), TinyWmf({{0x02FC, 3, 0, 0, 0}, {0x012D, 0}, {0x0418, 60, 60, 20, 20}}));
+    metafile.LoadFile(dir_.File("patternless.wmf"));
     EXPECT_GT(metafile.Width(), 0);
 
     std::string emf(88, '\0');
