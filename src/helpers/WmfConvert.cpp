@@ -30,6 +30,8 @@ namespace {
 // Everything is recorded with the longer side this long, so that text sizes,
 // which are whole pixels, stay exact when the picture is drawn smaller.
 constexpr double kRecordedSide = 2048;
+// A natural size in pixels beyond this is damage, as for EMF.
+constexpr unsigned kLargestSide = 100000;
 
 struct Device {
     QPainter* painter = nullptr;
@@ -613,9 +615,14 @@ std::string ConvertWmf(const QByteArray& original, QByteArray& out) {
     if (wmf_scan(api, 0, &bounds) != wmf_E_None) return finish("is not a Windows metafile, or it is damaged");
     unsigned int width = 0, height = 0;
     if (wmf_display_size(api, &width, &height, 96, 96) != wmf_E_None || width == 0 || height == 0) {
-        width = static_cast<unsigned>(std::max(1.0f, bounds.BR.x - bounds.TL.x));
-        height = static_cast<unsigned>(std::max(1.0f, bounds.BR.y - bounds.TL.y));
+        // The bounds of what it draws, which damaged coordinates can make vast.
+        const double spanX = std::max(1.0, static_cast<double>(bounds.BR.x) - bounds.TL.x);
+        const double spanY = std::max(1.0, static_cast<double>(bounds.BR.y) - bounds.TL.y);
+        if (!(spanX <= kLargestSide) || !(spanY <= kLargestSide)) return finish("has no usable size (its drawing is too large)");
+        width = static_cast<unsigned>(spanX);
+        height = static_cast<unsigned>(spanY);
     }
+    if (width > kLargestSide || height > kLargestSide) return finish("has no usable size (its frame is too large)");
     const double pixelScale = kRecordedSide / std::max(width, height);
     const int recordedWidth = std::max(1, static_cast<int>(std::lround(width * pixelScale)));
     const int recordedHeight = std::max(1, static_cast<int>(std::lround(height * pixelScale)));

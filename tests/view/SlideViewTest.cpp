@@ -143,6 +143,16 @@ TEST_F(SlideViewTest, FuzzedMetafilesDrawOrFailClearly) {
     metafile.LoadFile(dir_.File("patternless.wmf"));
     EXPECT_GT(metafile.Width(), 0);
 
+    // Without a frame, the size comes from what it draws: here a viewport scaled far out.
+    test::WriteFile(dir_.File("vast.wmf"), TinyWmf({{0x0103, 8},
+                                                     {0x020E, 32767, 32767},
+                                                     {0x0412, 1, 32767, 1, 32767},
+                                                     {0x041B, 32767, 32767, -32768, -32768}})
+                                               .substr(22));
+    const Error vast = RaisedBy([&] { metafile.LoadFile(dir_.File("vast.wmf")); });
+    EXPECT_EQ(vast.Number(), 481);
+    EXPECT_NE(vast.Description().find("has no usable size"), std::string::npos) << vast.Description();
+
     std::string emf(88, '\0');
     const auto put32 = [&](std::size_t at, uint32_t value) {
         for (int i = 0; i < 4; ++i) emf[at + static_cast<std::size_t>(i)] = static_cast<char>((value >> (8 * i)) & 0xFF);
