@@ -1,7 +1,9 @@
 #include "DataFile.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <cstring>
 #include <limits>
 
 #include "services/Error.h"
@@ -9,6 +11,8 @@
 namespace kvo {
 
 namespace {
+
+constexpr std::size_t kReadBufferSize = 65536;
 
 template <typename T>
 struct Bits;
@@ -38,6 +42,7 @@ bool DataFile::OpenRead(const std::string& fileName) {
     if (!file_) return false;
     in_ = &file_;
     readPosition_ = 0;
+    bufferAt_ = bufferEnd_ = 0;
     return true;
 }
 
@@ -62,6 +67,7 @@ void DataFile::Close() {
     file_.clear();
     in_ = nullptr;
     out_ = nullptr;
+    bufferAt_ = bufferEnd_ = 0;
 }
 
 uint64_t DataFile::Remaining() {
@@ -70,13 +76,29 @@ uint64_t DataFile::Remaining() {
     in_->seekg(0, std::ios::end);
     const auto end = in_->tellg();
     in_->seekg(here);
-    return (here < 0 || end < here) ? 0 : static_cast<uint64_t>(end - here);
+    const uint64_t buffered = bufferEnd_ - bufferAt_;
+    return (here < 0 || end < here) ? buffered : static_cast<uint64_t>(end - here) + buffered;
 }
 
 void DataFile::ReadBytes(char* data, std::size_t count, const char* source) {
     if (in_ == nullptr) throw Error(ErrorNumber::InvalidCall, source, "\"" + fileName_ + "\" is not open for reading");
-    in_->read(data, static_cast<std::streamsize>(count));
-    if (in_->gcount() != static_cast<std::streamsize>(count))
+    std::size_t done = std::min(count, bufferEnd_ - bufferAt_);
+    std::memcpy(data, readBuffer_.data() + bufferAt_, done);
+    bufferAt_ += done;
+    if (done < count) {
+        // Large reads (a packed file's chunks) go straight to the caller's memory.
+        std::streambuf& stream = *in_->rdbuf();
+        if (count - done >= kReadBufferSize) {
+            done += static_cast<std::size_t>(stream.sgetn(data + done, static_cast<std::streamsize>(count - done)));
+        } else {
+            readBuffer_.resize(kReadBufferSize);
+            bufferEnd_ = static_cast<std::size_t>(stream.sgetn(readBuffer_.data(), static_cast<std::streamsize>(kReadBufferSize)));
+            bufferAt_ = std::min(count - done, bufferEnd_);
+            std::memcpy(data + done, readBuffer_.data(), bufferAt_);
+            done += bufferAt_;
+        }
+    }
+    if (done != count)
         throw Error(ErrorNumber::InputPastEnd, source,
                     "Input past end of file: \"" + fileName_ + "\" ends inside the item at byte " +
                         std::to_string(readPosition_));
@@ -86,12 +108,19 @@ void DataFile::ReadBytes(char* data, std::size_t count, const char* source) {
 void DataFile::Skip(uint64_t count, const char* source) {
     if (count > Remaining())
         throw Error(ErrorNumber::InputPastEnd, source, "Input past end of file: \"" + fileName_ + "\" is shorter than it says");
-    in_->seekg(static_cast<std::streamoff>(count), std::ios::cur);
+    const uint64_t buffered = bufferEnd_ - bufferAt_;
+    if (count <= buffered) {
+        bufferAt_ += static_cast<std::size_t>(count);
+    } else {
+        bufferAt_ = bufferEnd_ = 0;
+        in_->seekg(static_cast<std::streamoff>(count - buffered), std::ios::cur);
+    }
     readPosition_ += count;
 }
 
 void DataFile::Seek(uint64_t position) {
     if (in_ == nullptr) return;
+    bufferAt_ = bufferEnd_ = 0;
     in_->clear();
     in_->seekg(static_cast<std::streamoff>(position), std::ios::beg);
     readPosition_ = position;

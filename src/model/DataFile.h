@@ -6,6 +6,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kvo {
 
@@ -60,6 +61,12 @@ private:
     std::istream* in_ = nullptr;
     std::ostream* out_ = nullptr;
     uint64_t readPosition_ = 0;  // kept by hand: asking the stream costs more than the read
+    // Reads come out of this buffer: a stream read per field cost more than the
+    // rest of loading a binary show. The stream stands bufferEnd_ - bufferAt_
+    // bytes ahead of readPosition_.
+    std::vector<char> readBuffer_;
+    std::size_t bufferAt_ = 0;
+    std::size_t bufferEnd_ = 0;
 };
 
 }  // namespace kvo
