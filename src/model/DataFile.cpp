@@ -83,7 +83,7 @@ uint64_t DataFile::Remaining() {
 void DataFile::ReadBytes(char* data, std::size_t count, const char* source) {
     if (in_ == nullptr) throw Error(ErrorNumber::InvalidCall, source, "\"" + fileName_ + "\" is not open for reading");
     std::size_t done = std::min(count, bufferEnd_ - bufferAt_);
-    std::memcpy(data, readBuffer_.data() + bufferAt_, done);
+    if (done > 0) std::memcpy(data, readBuffer_.data() + bufferAt_, done);  // the buffer may not exist yet
     bufferAt_ += done;
     if (done < count) {
         // Large reads (a packed file's chunks) go straight to the caller's memory.
@@ -94,7 +94,7 @@ void DataFile::ReadBytes(char* data, std::size_t count, const char* source) {
             readBuffer_.resize(kReadBufferSize);
             bufferEnd_ = static_cast<std::size_t>(stream.sgetn(readBuffer_.data(), static_cast<std::streamsize>(kReadBufferSize)));
             bufferAt_ = std::min(count - done, bufferEnd_);
-            std::memcpy(data + done, readBuffer_.data(), bufferAt_);
+            if (bufferAt_ > 0) std::memcpy(data + done, readBuffer_.data(), bufferAt_);
             done += bufferAt_;
         }
     }
