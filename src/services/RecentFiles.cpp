@@ -30,8 +30,12 @@ std::string RecentFiles::DefaultStorePath() {
     return (base / "kvoeditor" / "recent-files").string();
 }
 
-void RecentFiles::Add(const std::string& path) {
-    if (path.find('\n') != std::string::npos) return;  // one line per path
+void RecentFiles::Add(const std::string& opened) {
+    if (opened.find('\n') != std::string::npos) return;  // one line per path
+    // A path given relative to where the editor was started means nothing later.
+    std::error_code ec;
+    const std::string path = IsFullPath(opened) ? opened : std::filesystem::absolute(opened, ec).lexically_normal().string();
+    if (ec) return;
     std::erase(paths_, path);
     paths_.insert(paths_.begin(), path);
     if (paths_.size() > kMaxFiles) paths_.resize(kMaxFiles);

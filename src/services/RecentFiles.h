@@ -19,8 +19,9 @@ public:
     static std::string DefaultStorePath();
 
     const std::vector<std::string>& Paths() const { return paths_; }
-    // Puts path first (once), keeps the eight newest and writes the list.
-    void Add(const std::string& path);
+    // Puts the opened file first (once, as a full path), keeps the eight newest
+    // and writes the list.
+    void Add(const std::string& opened);
     void Remove(const std::string& path);
 
 private:

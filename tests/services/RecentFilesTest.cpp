@@ -26,6 +26,8 @@ TEST(RecentFiles, TheStoreIsReadWithJudgementAndWrittenWhole) {
     EXPECT_EQ(test::ReadFile(store), "/srv/b.pdz\n/srv/a.pdz\n");
     recent.Remove("/srv/a.pdz");
     EXPECT_EQ(RecentFiles(store).Paths(), std::vector<std::string>{"/srv/b.pdz"});
+    recent.Add("shows/../c.pdz");  // as given on a command line
+    EXPECT_EQ(recent.Paths().front(), (std::filesystem::current_path() / "c.pdz").string());
 
     // A store that cannot be written keeps the list for the session.
     RecentFiles unwritable(dir.File("config/kvoeditor/recent-files/inside-a-file"));
