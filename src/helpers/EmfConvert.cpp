@@ -128,10 +128,11 @@ std::string CheckRecords(const std::vector<char>& bytes, uint32_t headerSize) {
         const auto type = static_cast<uint32_t>(Int32At(bytes, at));
         const auto size = static_cast<uint32_t>(Int32At(bytes, at + 4));
         if (size < 8 || size % 4 != 0 || size > bytes.size() - at) return Damaged("a record with an impossible length", at);
+        // libemf2svg looks a record's type up in its tables without a bound.
+        if (type < 1 || type > kLastKnownType) return Damaged("a record of no known type", at);
         const bool safe = type == kTextOutA || type == kTextOutW ? TextFits(bytes, at, size, type == kTextOutW)
                           : type == kSmallTextOut                ? SmallTextFits(bytes, at, size)
-                          : type >= 1 && type <= kLastKnownType  ? U_emf_record_safe(bytes.data() + at) != 0
-                                                                 : true;
+                                                                 : U_emf_record_safe(bytes.data() + at) != 0;
         if (!safe) return Damaged("a record whose contents run past its end", at);
         if (type == kEndOfFile) break;
         at += size;
