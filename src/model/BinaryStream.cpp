@@ -21,12 +21,25 @@ bool BinaryStream::OpenFile(const std::string& fileName, bool forWrite) {
             return true;
         }
         if (!file_.OpenRead(fileName)) return false;
-        std::array<char, kMagic.size()> magic{};
-        file_.ReadBytes(magic.data(), magic.size(), "BinaryStream.OpenFile");
-        return std::string_view(magic.data(), magic.size()) == kMagic;
+        return ReadMagic();
     } catch (const Error&) {
         return false;  // the caller closes the stream in every case
     }
+}
+
+bool BinaryStream::OpenReader(std::istream& in, const std::string& fileName) {
+    file_.AttachReader(in, fileName);
+    try {
+        return ReadMagic();
+    } catch (const Error&) {
+        return false;
+    }
+}
+
+bool BinaryStream::ReadMagic() {
+    std::array<char, kMagic.size()> magic{};
+    file_.ReadBytes(magic.data(), magic.size(), "BinaryStream.OpenFile");
+    return std::string_view(magic.data(), magic.size()) == kMagic;
 }
 
 void BinaryStream::OpenWriter(std::ostream& out, const std::string& fileName) {

@@ -29,6 +29,8 @@ public:
     // Writes the magic onto a stream the caller owns, for saves that replace the
     // file only once it is complete.
     void OpenWriter(std::ostream& out, const std::string& fileName);
+    // Reads from a stream the caller owns; false when the magic is not there.
+    bool OpenReader(std::istream& in, const std::string& fileName);
     void FileClose() { file_.Close(); }
 
     bool GetBoolean();
@@ -55,6 +57,8 @@ public:
     const std::string& FileName() const { return file_.FileName(); }
 
 private:
+    bool ReadMagic();
+
     DataFile file_;
 };
 

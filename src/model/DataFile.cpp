@@ -62,6 +62,13 @@ void DataFile::AttachWriter(std::ostream& out, const std::string& fileName) {
     out_ = &out;
 }
 
+void DataFile::AttachReader(std::istream& in, const std::string& fileName) {
+    Close();
+    fileName_ = fileName;
+    in_ = &in;
+    readPosition_ = 0;
+}
+
 void DataFile::Close() {
     if (file_.is_open()) file_.close();
     file_.clear();

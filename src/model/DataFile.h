@@ -20,6 +20,8 @@ public:
     bool OpenWrite(const std::string& fileName);
     // Writes onto a stream owned by the caller (an atomic save's temporary file).
     void AttachWriter(std::ostream& out, const std::string& fileName);
+    // Reads from a stream owned by the caller (bytes kept in memory).
+    void AttachReader(std::istream& in, const std::string& fileName);
     void Close();
 
     bool IsReading() const { return in_ != nullptr; }

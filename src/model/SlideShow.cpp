@@ -1,6 +1,7 @@
 #include "SlideShow.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "BinaryStream.h"
 #include "BlockParser.h"
@@ -152,21 +153,44 @@ void SlideShow::SaveToFile(const std::string& fileName) {
     binary_ = false;
 }
 
+void SlideShow::WriteBinary(std::ostream& out, const std::string& fileName) const {
+    BinaryStream stream;
+    stream.OpenWriter(out, fileName);
+    stream.WriteString(kBinaryHeader);
+    stream.WriteString(name_);
+    stream.WriteString(description_);
+    stream.WriteString(customer_);
+    stream.WriteString(helpFile_);
+    stream.WriteInteger(helpTopic_);
+    slides_.SaveToBinary(stream);
+}
+
 void SlideShow::SaveToBinary(const std::string& fileName) {
     AtomicFile file(fileName);
-    {
-        BinaryStream stream;
-        stream.OpenWriter(file.Stream(), fileName);
-        stream.WriteString(kBinaryHeader);
-        stream.WriteString(name_);
-        stream.WriteString(description_);
-        stream.WriteString(customer_);
-        stream.WriteString(helpFile_);
-        stream.WriteInteger(helpTopic_);
-        slides_.SaveToBinary(stream);
-    }
+    WriteBinary(file.Stream(), fileName);
     file.Commit();
     binary_ = true;
+}
+
+std::string SlideShow::Snapshot() const {
+    std::ostringstream out(std::ios::binary);
+    WriteBinary(out, "slide show snapshot");
+    return std::move(out).str();
+}
+
+void SlideShow::Restore(const std::string& snapshot, const std::string& source) {
+    std::istringstream in(snapshot, std::ios::binary);
+    BinaryStream stream;
+    if (!stream.OpenReader(in, source))
+        throw Error(ErrorNumber::InvalidCall, "SlideShow.Restore", "\"" + source + "\" is not a binary slide show");
+    const std::string header = binaryHeader_;
+    const int32_t version = fileVersion_;
+    slides_.Initialize();
+    ReadBinaryRecord(stream);
+    slides_.AddFromBinary(stream, fileVersion_);
+    binaryHeader_ = header;
+    fileVersion_ = version;
+    currentPosition_ = std::min<int16_t>(currentPosition_, static_cast<int16_t>(slides_.Count()));
 }
 
 void SlideShow::MoveNext() {

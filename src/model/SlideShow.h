@@ -22,6 +22,7 @@ class HostReport;
 class SlideShow {
 public:
     static constexpr std::string_view kBinaryHeader = "### | 1 | 22-feb-02";
+    static constexpr int32_t kBinaryVersion = 1;  // the version in kBinaryHeader
     static constexpr int16_t kFallbackHelpTopic = 3;
 
     SlideShow() { Initialize(); }
@@ -39,6 +40,13 @@ public:
     void SaveToBinary(const std::string& fileName);
     // The text form, as SaveToFile writes it.
     void WriteText(std::ostream& out) const;
+    // The binary form, as SaveToBinary writes it; fileName only names it in errors.
+    void WriteBinary(std::ostream& out, const std::string& fileName) const;
+    // The whole document as the binary format's bytes, for undo and recovery.
+    // Restore puts such bytes back and keeps the format and header of the file
+    // the document came from, so that Save writes what it wrote before.
+    std::string Snapshot() const;
+    void Restore(const std::string& snapshot, const std::string& source);
     bool Binary() const { return binary_; }
     // The header of the binary file last read, and the format version from it.
     const std::string& BinaryHeader() const { return binaryHeader_; }

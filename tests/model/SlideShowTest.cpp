@@ -156,6 +156,39 @@ TEST_F(SlideShowTest, ShowsRoundTripThroughBothFormats) {
     EXPECT_EQ(TextOf(fromBinary), text);
 }
 
+// Undo and the recovery copy put the document back from its bytes: whatever
+// the formats carry must come back, and the file it came from stays as it was.
+TEST_F(SlideShowTest, SnapshotsRestoreTheContentsAndKeepTheFileFormat) {
+    SlideShow original;
+    Fill(original);
+    const std::string text = TextOf(original);
+    const std::string whole = original.Snapshot();
+    const std::string second = original.Slides().Item(2).Snapshot();
+
+    original.SaveToBinary(path_);
+    SlideShow show;
+    show.LoadFromFile(path_);
+    show.SetName("changed");
+    show.Slides().Remove(1);
+    show.Slides().Item(1).Icons().Clear();
+    show.Slides().Item(1).SetBackColor(0xFF);
+    show.Slides().Item(1).Restore(second);
+    EXPECT_EQ(show.Slides().Item(1).Snapshot(), second);
+    show.Restore(whole, "snapshot");
+    EXPECT_EQ(TextOf(show), text);
+    EXPECT_TRUE(show.Binary());
+    EXPECT_EQ(show.FileVersion(), 1);
+
+    SlideShow older;
+    older.Restore(whole, "snapshot");
+    EXPECT_FALSE(older.Binary());
+    EXPECT_EQ(older.FileVersion(), 0);
+    EXPECT_EQ(TextOf(older), text);
+
+    EXPECT_EQ(RaisedBy([&] { older.Restore("BLOCK SlideShow", "copy.pdx"); }).Number(), ErrorNumber::InvalidCall);
+    EXPECT_EQ(RaisedBy([&] { older.Restore(whole.substr(0, whole.size() / 2), "copy.pdx"); }).Number(), ErrorNumber::InputPastEnd);
+}
+
 // Found by fuzzing: a binary show with a line break in a text loaded, then
 // saved as text that could not be read back.
 TEST_F(SlideShowTest, LineBreaksOnlyTheBinaryFormCanHoldAreRefusedBeforeATextSave) {
