@@ -105,6 +105,9 @@ namespace kvo::Str {
     X(PropertiesHelpTopicLabel, 31299)   \
     X(HelpTopicPrompt, 31300)            \
     X(HelpTopicTitle, 31301)             \
+    X(MenuEdit, 31390)                   \
+    X(MenuEditUndo, 31391)               \
+    X(MenuEditRedo, 31392)               \
     X(MenuSlide, 31400)                  \
     X(MenuSlideFirst, 31401)             \
     X(MenuSlidePrevious, 31402)          \
@@ -207,7 +210,27 @@ namespace kvo::Str {
     X(PackageEntryLink, 31594)           \
     X(SlideShowSaveTitle, 31595)         \
     X(SaveLineBreak, 31596)              \
-    X(RecentFileMissing, 31597)
+    X(RecentFileMissing, 31597)          \
+    X(StepAddSlide, 31600)               \
+    X(StepInsertSlide, 31601)            \
+    X(StepRemoveSlide, 31602)            \
+    X(StepSlideUp, 31603)                \
+    X(StepSlideDown, 31604)              \
+    X(StepRenameSlide, 31605)            \
+    X(StepSlideHelpTopic, 31606)         \
+    X(StepSetBackground, 31607)          \
+    X(StepClearBackground, 31608)        \
+    X(StepBackColor, 31609)              \
+    X(StepBackPosition, 31610)           \
+    X(StepInsertIcon, 31611)             \
+    X(StepDeleteIcon, 31612)             \
+    X(StepMoveIcon, 31613)               \
+    X(StepMoveLeader, 31614)             \
+    X(StepIconProperties, 31615)         \
+    X(StepShowProperties, 31616)         \
+    X(RecoveryOffer, 31620)              \
+    X(RecoveryTitle, 31621)              \
+    X(RecoveryWriteFailed, 31622)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

@@ -5,10 +5,13 @@
 #include <QtCore/QUrl>
 #include <QtGui/QDesktopServices>
 
+#include <algorithm>
 #include <cmath>
 
+#include <QtCore/QLocale>
 #include <QtCore/QTimer>
 #include <QtGui/QClipboard>
+#include <QtGui/QUndoStack>
 #include <QtGui/QCloseEvent>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QPainter>
@@ -55,6 +58,8 @@ constexpr int kContentsTopic = 906;
 constexpr int kMinimumWidthTwips = 2000;
 constexpr int kMinimumHeightTwips = 1000;
 constexpr int kScrollPanelWidth = 220;
+constexpr int kUndoLimit = 100;
+constexpr std::chrono::milliseconds kRecoveryDelay{30000};
 
 QString Text(int32_t id) { return QString::fromStdString(LoadResString(id)); }
 
@@ -66,10 +71,64 @@ bool IsReadOnly(const std::string& fileName) {
     return file.exists() && !(file.permissions() & QFileDevice::WriteOwner);
 }
 
+QString Step(int32_t id, const ResArg& argument) {
+    return QString::fromStdString(FormatResString(id, {argument}));
+}
+
+std::vector<std::array<int32_t, 4>> Places(const Slide& slide) {
+    std::vector<std::array<int32_t, 4>> places;
+    for (const auto& icon : slide.Icons()) places.push_back({icon->Left(), icon->Top(), icon->LeaderX(), icon->LeaderY()});
+    return places;
+}
+
 }  // namespace
+
+// One undoable edit. It holds the document (or the one slide the edit touched)
+// as it is on the other side of the edit, and undo and redo swap that with the
+// present, so each step keeps a single copy.
+class DocumentStep final : public QUndoCommand {
+public:
+    DocumentStep(FormMain& window, const QString& text, int slide, std::string before, int currentBefore, int currentAfter)
+        : QUndoCommand(text),
+          window_(window),
+          slide_(slide),
+          other_(std::move(before)),
+          currentBefore_(currentBefore),
+          currentAfter_(currentAfter) {}
+
+    void undo() override { Swap(currentBefore_); }
+    void redo() override {
+        if (!pushed_) {
+            pushed_ = true;  // pushed once the edit had been made
+            return;
+        }
+        Swap(currentAfter_);
+    }
+
+private:
+    void Swap(int current) {
+        std::string present = window_.Snapshot(slide_);
+        window_.PutBack(slide_, other_, current);
+        other_ = std::move(present);
+    }
+
+    FormMain& window_;
+    int slide_;
+    std::string other_;
+    int currentBefore_;
+    int currentAfter_;
+    bool pushed_ = false;
+};
 
 FormMain::FormMain() {
     setObjectName("FormMain");
+    undoStack_ = new QUndoStack(this);
+    undoStack_->setUndoLimit(kUndoLimit);
+    connect(undoStack_, &QUndoStack::indexChanged, this, [this] { UndoIndexChanged(); });
+    recoveryTimer_ = new QTimer(this);
+    recoveryTimer_->setSingleShot(true);
+    recoveryTimer_->setInterval(kRecoveryDelay);
+    connect(recoveryTimer_, &QTimer::timeout, this, [this] { WriteRecovery(); });
     BuildControls();
     BuildMenus();
     ApplyLanguageFont(*this);
@@ -79,8 +138,8 @@ FormMain::FormMain() {
     ReadDirectories();
     view_ = std::make_unique<SlideView>(*this, *picMain_);
     picMain_->SetView(view_.get());
-    picMain_->SetIconMouseUp([this] { SignalFileChanged(); });
-    saved_ = true;
+    picMain_->SetMouseDown([this] { BeginMouseEdit(); });
+    picMain_->SetIconMouseUp([this] { EndMouseEdit(); });
     UpdateEnabling();
     resize(960, 720);
 }
@@ -158,6 +217,18 @@ void FormMain::BuildMenus() {
     fileMenu_ = file;
     UpdateRecentMenu();
 
+    QMenu* edit = menuBar()->addMenu(Text(Str::MenuEdit));
+    edit->setObjectName("mnuEdit");
+    QAction* undo = undoStack_->createUndoAction(edit, Text(Str::MenuEditUndo));
+    undo->setObjectName("mnuEditUndo");
+    undo->setShortcuts(QKeySequence::Undo);
+    QAction* redo = undoStack_->createRedoAction(edit, Text(Str::MenuEditRedo));
+    redo->setObjectName("mnuEditRedo");
+    // Both, whatever the desktop's own convention.
+    redo->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)});
+    edit->addAction(undo);
+    edit->addAction(redo);
+
     QMenu* slide = menuBar()->addMenu(Text(Str::MenuSlide));
     slide->setObjectName("mnuSlide");
     action(slide, "mnuSlideFirst", Str::MenuSlideFirst, &FormMain::SlideFirst, QKeySequence(Qt::Key_Home));
@@ -227,7 +298,165 @@ void FormMain::ReadDirectories() {
     bitmapDirectory_ = DirectoryExists(bitmapDirectory) ? bitmapDirectory : slideDirectory_;
 }
 
-void FormMain::SignalFileChanged() { saved_ = false; }
+// Edits and drags record their own steps; anything else counts as a change.
+void FormMain::SignalFileChanged() {
+    if (editDepth_ == 0 && !mouseEdit_) MarkChanged();
+}
+
+bool FormMain::Saved() const { return undoStack_->isClean() && !changedOutsideUndo_; }
+
+void FormMain::MarkChanged() {
+    changedOutsideUndo_ = true;
+    if (document_ && !recoveryTimer_->isActive()) recoveryTimer_->start();
+}
+
+void FormMain::SetSaved() {
+    changedOutsideUndo_ = false;
+    undoStack_->setClean();
+    recoveryTimer_->stop();
+    if (!fileName_.empty()) recovery_.Remove(fileName_);
+}
+
+void FormMain::UndoIndexChanged() {
+    if (!document_) return;
+    if (!Saved()) {
+        if (!recoveryTimer_->isActive()) recoveryTimer_->start();
+        return;
+    }
+    // Undone back to what is on disk: nothing left to recover.
+    recoveryTimer_->stop();
+    recovery_.Remove(fileName_);
+}
+
+void FormMain::SetRecoveryDelay(std::chrono::milliseconds delay) { recoveryTimer_->setInterval(delay); }
+
+void FormMain::WriteRecovery() {
+    if (!document_ || Saved() || fileName_.empty()) return;
+    try {
+        recovery_.Write(*document_, fileName_);
+    } catch (const Error& error) {
+        // Not worth a dialog every half minute; the next change tries again.
+        statusText_->setText(QString::fromStdString(FormatResString(Str::RecoveryWriteFailed, {error.Description()})));
+    }
+}
+
+void FormMain::OfferRecovery() {
+    for (const auto& copy : recovery_.Pending()) {
+        const QDateTime written = QFileInfo(QString::fromStdString(copy.path)).lastModified();
+        const std::string when = QLocale().toString(written, QLocale::ShortFormat).toStdString();
+        switch (CurrentPrompt().Ask(FormatResString(Str::RecoveryOffer, {copy.document, when}), S(Str::RecoveryTitle), true)) {
+            case Answer::Yes: {
+                if (!AskToSave()) return;
+                std::unique_ptr<SlideShow> show;
+                try {
+                    show = recovery_.Load(copy);
+                } catch (const Error& error) {
+                    ShowError(error, copy.path);
+                    continue;
+                }
+                ShowDocument(std::move(show), copy.document);
+                RememberDocument(copy.document);
+                MarkChanged();
+                WriteRecovery();  // the copy stays until the user saves or discards
+                return;
+            }
+            case Answer::No:
+                recovery_.Remove(copy.document);
+                break;
+            case Answer::Cancel:
+                return;
+        }
+    }
+}
+
+std::string FormMain::Snapshot(int slide) const {
+    return slide == 0 ? document_->Snapshot() : document_->Slides().Item(slide).Snapshot();
+}
+
+void FormMain::Edit(const QString& text, int slide, const std::function<void()>& edit) {
+    if (!document_) return;
+    mouseEdit_.reset();
+    const int current = currentSlide_;
+    std::optional<std::string> before;
+    try {
+        before = Snapshot(slide);
+    } catch (const Error&) {
+        // A text too long for the binary form: the edit is made, without a step.
+    }
+    struct Depth {
+        int& depth;
+        explicit Depth(int& d) : depth(++d) {}
+        ~Depth() { --depth; }
+    };
+    {
+        const Depth depth(editDepth_);
+        edit();
+    }
+    if (!document_) return;
+    std::string after;
+    try {
+        if (before) after = Snapshot(slide);
+    } catch (const Error&) {
+        before.reset();
+    }
+    if (!before) {
+        MarkChanged();
+        return;
+    }
+    if (after == *before) return;  // cancelled, or nothing changed
+    undoStack_->push(new DocumentStep(*this, text, slide, std::move(*before), current, currentSlide_));
+}
+
+void FormMain::PutBack(int slide, const std::string& snapshot, int current) {
+    mouseEdit_.reset();
+    currentIconView_ = nullptr;
+    view_->SetSlide(nullptr);  // its views let go of the icons that are replaced
+    if (slide == 0) document_->Restore(snapshot, fileName_);
+    else document_->Slides().Item(slide).Restore(snapshot);
+    if (document_->Slides().Count() == 0) ShowNoSlide();
+    else ShowSlide(std::clamp(current, 1, static_cast<int>(document_->Slides().Count())), true);
+    picMain_->update();
+}
+
+void FormMain::ShowNoSlide() {
+    currentSlide_ = 0;
+    UpdateSlideRange();
+    UpdateStatus();
+    UpdateEnabling();
+}
+
+void FormMain::BeginMouseEdit() {
+    mouseEdit_.reset();
+    const Slide* slide = Current();
+    if (slide == nullptr) return;
+    try {
+        mouseEdit_ = MouseEdit{currentSlide_, slide->Snapshot(), Places(*slide)};
+    } catch (const Error&) {
+        // Dragged all the same, without a step.
+    }
+}
+
+void FormMain::EndMouseEdit() {
+    std::optional<MouseEdit> edit = std::move(mouseEdit_);
+    mouseEdit_.reset();
+    const Slide* slide = Current();
+    if (edit && slide != nullptr && edit->slide == currentSlide_) {
+        const std::string after = slide->Snapshot();
+        const auto places = Places(*slide);
+        if (after != edit->before && places.size() == edit->places.size()) {
+            QString text;
+            for (std::size_t i = 0; i < places.size() && text.isEmpty(); ++i) {
+                const auto& was = edit->places[i];
+                const std::string& name = slide->Icons().Item(static_cast<int32_t>(i + 1)).Name();
+                if (places[i][0] != was[0] || places[i][1] != was[1]) text = Step(Str::StepMoveIcon, name);
+                else if (places[i] != was) text = Step(Str::StepMoveLeader, name);
+            }
+            undoStack_->push(new DocumentStep(*this, text, currentSlide_, std::move(edit->before), currentSlide_, currentSlide_));
+            return;
+        }
+    }
+    MarkChanged();  // after every mouse-up on an icon, also when nothing moved
+}
 
 void FormMain::SignalIcon(IconView& view) {
     currentIconView_ = &view;
@@ -290,13 +519,13 @@ void FormMain::UpdateSlideRange() {
 }
 
 bool FormMain::AskToSave() {
-    if (saved_) return true;
+    if (Saved()) return true;
     switch (CurrentPrompt().Ask(S(Str::AskSaveChanges), S(Str::ConfirmTitle), true)) {
         case Answer::Yes:
             FileSave();
-            return saved_;
+            return Saved();
         case Answer::No:
-            saved_ = true;
+            SetSaved();
             return true;
         case Answer::Cancel:
             return false;
@@ -311,6 +540,7 @@ void FormMain::ShowError(const Error& error, const std::string& fileName) {
 
 void FormMain::ShowDocument(std::unique_ptr<SlideShow> show, const std::string& fileName) {
     view_->SetSlide(nullptr);
+    ResetEditing();
     document_ = std::move(show);
     fileName_ = fileName;
     currentSlide_ = 0;
@@ -318,7 +548,6 @@ void FormMain::ShowDocument(std::unique_ptr<SlideShow> show, const std::string& 
     statusText_->clear();
     UpdateSlideRange();
     if (document_->Slides().Count() > 0) ShowSlide(1);
-    saved_ = true;
     UpdateEnabling();
 }
 
@@ -347,26 +576,26 @@ void FormMain::SlidePrevious() {
 }
 
 void FormMain::SlideAdd() {
-    if (!document_) return;
-    SlideCollection& slides = document_->Slides();
-    if (Current() != nullptr) slides.Add(currentSlide_);
-    else slides.Add();
-    ShowSlide(Current() != nullptr ? currentSlide_ + 1 : slides.Count(), true);
-    SignalFileChanged();
+    Edit(Text(Str::StepAddSlide), 0, [this] {
+        SlideCollection& slides = document_->Slides();
+        if (Current() != nullptr) slides.Add(currentSlide_);
+        else slides.Add();
+        ShowSlide(Current() != nullptr ? currentSlide_ + 1 : slides.Count(), true);
+    });
 }
 
 void FormMain::SlideInsert() {
-    if (!document_) return;
-    SlideCollection& slides = document_->Slides();
-    if (Current() == nullptr) {
-        slides.Insert();
-        ShowSlide(slides.Count(), true);
-    } else {
-        slides.Insert(currentSlide_);
-        // The number steps back by one unless it is 1, as it always has.
-        ShowSlide(currentSlide_ > 1 ? currentSlide_ - 1 : currentSlide_, true);
-    }
-    SignalFileChanged();
+    Edit(Text(Str::StepInsertSlide), 0, [this] {
+        SlideCollection& slides = document_->Slides();
+        if (Current() == nullptr) {
+            slides.Insert();
+            ShowSlide(slides.Count(), true);
+        } else {
+            slides.Insert(currentSlide_);
+            // The number steps back by one unless it is 1, as it always has.
+            ShowSlide(currentSlide_ > 1 ? currentSlide_ - 1 : currentSlide_, true);
+        }
+    });
 }
 
 void FormMain::SlideRemove() {
@@ -375,27 +604,26 @@ void FormMain::SlideRemove() {
     if (CurrentPrompt().Ask(FormatResString(Str::RemoveSlidePrompt, {slide->Name()}), S(Str::ConfirmTitle), false) != Answer::Yes)
         return;
     const int removed = currentSlide_;
-    const int next = removed == document_->Slides().Count() ? removed - 1 : removed;
-    view_->SetSlide(nullptr);  // the view lets go of the slide before it goes
-    document_->Slides().Remove(removed);
-    ShowSlide(next, true);
-    SignalFileChanged();
+    Edit(Step(Str::StepRemoveSlide, removed), 0, [this, removed] {
+        const int next = removed == document_->Slides().Count() ? removed - 1 : removed;
+        view_->SetSlide(nullptr);  // the view lets go of the slide before it goes
+        document_->Slides().Remove(removed);
+        ShowSlide(next, true);
+    });
 }
 
 void FormMain::SlideUp() {
     if (Current() == nullptr || currentSlide_ <= 1) return;
-    ShowSlide(document_->Slides().MoveUp(currentSlide_), true);
-    SignalFileChanged();
+    Edit(Step(Str::StepSlideUp, currentSlide_), 0, [this] { ShowSlide(document_->Slides().MoveUp(currentSlide_), true); });
 }
 
 void FormMain::SlideDown() {
     if (Current() == nullptr || currentSlide_ >= document_->Slides().Count()) return;
-    ShowSlide(document_->Slides().MoveDown(currentSlide_), true);
-    SignalFileChanged();
+    Edit(Step(Str::StepSlideDown, currentSlide_), 0, [this] { ShowSlide(document_->Slides().MoveDown(currentSlide_), true); });
 }
 
 void FormMain::SlideTitle() {
-    if (Current() != nullptr) view_->UpdateTitle();
+    if (Current() != nullptr) Edit(Step(Str::StepRenameSlide, currentSlide_), currentSlide_, [this] { view_->UpdateTitle(); });
 }
 
 void FormMain::SlideHelpTopic() {
@@ -403,32 +631,36 @@ void FormMain::SlideHelpTopic() {
     if (slide == nullptr) return;
     const auto answer = CurrentPrompt().AskText(S(Str::HelpTopicPrompt), S(Str::HelpTopicTitle), std::to_string(slide->HelpTopic()));
     if (!answer || answer->empty()) return;
+    int16_t topic = 0;
     try {
-        slide->SetHelpTopic(ToInteger(*answer));
+        topic = ToInteger(*answer);
     } catch (const Error& error) {
         CurrentPrompt().Message(error.Description(), S(Str::HelpTopicTitle), MessageKind::Exclamation);
+        return;
     }
+    Edit(Step(Str::StepSlideHelpTopic, currentSlide_), currentSlide_, [slide, topic] { slide->SetHelpTopic(topic); });
 }
 
 void FormMain::BackSet() {
     if (Current() == nullptr) return;
     const auto file = CurrentPrompt().ChooseOpenFile({S(Str::BackgroundTitle), S(Str::PictureFilter), bitmapDirectory_, ""});
     if (!file || file->empty()) return;
-    view_->SetBackgroundPicture(*file);
+    Edit(Text(Str::StepSetBackground), currentSlide_, [this, &file] { view_->SetBackgroundPicture(*file); });
     UpdateStatus();
     UpdateEnabling();
 }
 
 void FormMain::BackClear() {
     if (Current() == nullptr) return;
-    view_->SetBackgroundPicture("");
+    Edit(Text(Str::StepClearBackground), currentSlide_, [this] { view_->SetBackgroundPicture(""); });
     UpdateEnabling();
 }
 
 void FormMain::BackColor() {
     Slide* slide = Current();
     if (slide == nullptr) return;
-    if (const auto color = CurrentPrompt().ChooseColor(slide->BackColor())) view_->SetBackColor(*color);
+    if (const auto color = CurrentPrompt().ChooseColor(slide->BackColor()))
+        Edit(Text(Str::StepBackColor), currentSlide_, [this, color] { view_->SetBackColor(*color); });
 }
 
 void FormMain::BackUpdate() {
@@ -445,21 +677,24 @@ void FormMain::BackPosition() {
     }
     const QRect picture = view_->PictureRect();
     const double aspect = picture.height() > 0 ? static_cast<double>(picture.width()) / picture.height() : 1.0;
-    // A metafile scales with the slide; a bitmap keeps its size and only moves.
-    const bool confirmed = view_->IsScaleable()
-                               ? FormPosition::PositionScaleable(*slide, aspect, this)
-                               : FormPosition::PositionFixed(*slide, 1.0 / std::max(view_->CurrentWidthRatio(), 1e-9),
-                                                             1.0 / std::max(view_->CurrentHeightRatio(), 1e-9), aspect, this);
-    if (!confirmed) return;
-    view_->UpdateSlide();
-    for (const auto& iconView : view_->Views()) iconView->RefreshView();
-    SignalFileChanged();
+    Edit(Text(Str::StepBackPosition), currentSlide_, [&] {
+        // A metafile scales with the slide; a bitmap keeps its size and only moves.
+        const bool confirmed = view_->IsScaleable()
+                                   ? FormPosition::PositionScaleable(*slide, aspect, this)
+                                   : FormPosition::PositionFixed(*slide, 1.0 / std::max(view_->CurrentWidthRatio(), 1e-9),
+                                                                 1.0 / std::max(view_->CurrentHeightRatio(), 1e-9), aspect, this);
+        if (!confirmed) return;
+        view_->UpdateSlide();
+        for (const auto& iconView : view_->Views()) iconView->RefreshView();
+    });
 }
 
 void FormMain::InsertIcon() {
     if (Current() == nullptr) return;
-    // All 1000 surfaces in use: there is no room for another icon.
-    if (view_->AddIcon(defaultIcon_.get()) == nullptr) QApplication::beep();
+    Edit(Text(Str::StepInsertIcon), currentSlide_, [this] {
+        // All 1000 surfaces in use: there is no room for another icon.
+        if (view_->AddIcon(defaultIcon_.get()) == nullptr) QApplication::beep();
+    });
 }
 
 void FormMain::IconSetDefault() {
@@ -476,11 +711,12 @@ void FormMain::IconSetDefault() {
 void FormMain::IconProperties() {
     if (currentIconView_ == nullptr) return;
     IconView* view = currentIconView_;
-    FormIconProperties dialog(view->Icon(), this);
-    if (dialog.Edit() != FormIconProperties::kConfirmed) return;
-    view->UpdateProperties();
-    picMain_->update();
-    SignalFileChanged();
+    Edit(Text(Str::StepIconProperties), currentSlide_, [this, view] {
+        FormIconProperties dialog(view->Icon(), this);
+        if (dialog.Edit() != FormIconProperties::kConfirmed) return;
+        view->UpdateProperties();
+        picMain_->update();
+    });
 }
 
 void FormMain::IconDelete() {
@@ -489,12 +725,13 @@ void FormMain::IconDelete() {
     IconView* view = currentIconView_;
     currentIconView_ = nullptr;
     Icon& icon = view->Icon();
-    const bool hadLeader = icon.DrawLeader();
-    view->Terminate();
-    view_->Views().Remove(*view);  // its surface goes with it
-    slide->Icons().Remove(icon);
-    if (hadLeader) picMain_->update();
-    SignalFileChanged();
+    Edit(Step(Str::StepDeleteIcon, icon.Name()), currentSlide_, [&] {
+        const bool hadLeader = icon.DrawLeader();
+        view->Terminate();
+        view_->Views().Remove(*view);  // its surface goes with it
+        slide->Icons().Remove(icon);
+        if (hadLeader) picMain_->update();
+    });
 }
 
 void FormMain::BackEdit() {
@@ -601,26 +838,28 @@ void FormMain::FileSave() {
         CurrentPrompt().Message(S(Str::SaveReadOnly), S(Str::ReadOnlyTitle), MessageKind::Information);
         return;
     }
-    if (Write(fileName_, document_->Binary())) saved_ = true;
+    if (Write(fileName_, document_->Binary())) SetSaved();
 }
 
 void FormMain::FileSaveAs() {
     if (!document_) return;
     const auto name = CurrentPrompt().ChooseSaveFile({S(Str::SaveAsTitle), S(Str::TextFilter), slideDirectory_, fileName_});
     if (!name || name->empty() || !Write(*name, false)) return;
+    recovery_.Remove(fileName_);
     fileName_ = *name;
     RememberDocument(*name);
     UpdateCaption();
-    saved_ = true;
+    SetSaved();
 }
 
 void FormMain::FileSaveBinary() {
     if (!document_) return;
     const auto name = CurrentPrompt().ChooseSaveFile({S(Str::SaveAsTitle), S(Str::BinaryFilter), slideDirectory_, fileName_});
     if (!name || name->empty() || !Write(*name, true)) return;
+    recovery_.Remove(fileName_);
     fileName_ = *name;
     UpdateCaption();
-    saved_ = true;
+    SetSaved();
 }
 
 void FormMain::ClearWindow() {
@@ -630,13 +869,22 @@ void FormMain::ClearWindow() {
     picMain_->SetView(view_.get());
     picMain_->SetBackColor(QColor(0xC4, 0xC4, 0xC4));
     picMain_->update();
+    ResetEditing();
     document_.reset();
     fileName_.clear();
     currentSlide_ = 0;
     UpdateCaption();
     UpdateSlideRange();
-    saved_ = true;
     UpdateEnabling();
+}
+
+// A document shown or closed starts with nothing to undo and nothing to recover.
+void FormMain::ResetEditing() {
+    mouseEdit_.reset();
+    changedOutsideUndo_ = false;
+    recoveryTimer_->stop();
+    document_.reset();  // the steps of the old document would put it back
+    undoStack_->clear();
 }
 
 void FormMain::FileClose() {
@@ -647,7 +895,7 @@ void FormMain::FileClose() {
 void FormMain::FileExit() { close(); }
 
 void FormMain::closeEvent(QCloseEvent* event) {
-    if (saved_) {
+    if (Saved()) {
         event->accept();
         return;
     }
@@ -658,7 +906,7 @@ void FormMain::closeEvent(QCloseEvent* event) {
             FileSaveAs();
             break;
         case Answer::No:
-            saved_ = true;
+            SetSaved();  // and the recovery copy goes: the user threw the changes away
             event->accept();
             break;
         case Answer::Cancel:
@@ -669,9 +917,11 @@ void FormMain::closeEvent(QCloseEvent* event) {
 
 void FormMain::FileProperties() {
     if (!document_) return;
-    FormProperties dialog(*document_, this);
-    dialog.exec();
-    saved_ = false;  // whatever the answer, as it always has
+    Edit(Text(Str::StepShowProperties), 0, [this] {
+        FormProperties dialog(*document_, this);
+        dialog.exec();
+    });
+    if (Saved()) MarkChanged();  // whatever the answer, as it always has
 }
 
 void FormMain::FileImport() {
@@ -689,8 +939,8 @@ void FormMain::FileImport() {
 
 void FormMain::FileExport() {
     if (!document_) return;
-    if (!saved_ || fileName_.empty()) FileSave();  // the package holds the show as it is on disk
-    if (!saved_ || fileName_.empty()) return;
+    if (!Saved() || fileName_.empty()) FileSave();  // the package holds the show as it is on disk
+    if (!Saved() || fileName_.empty()) return;
     FormExport dialog(fileName_, this);
     dialog.exec();
     if (!dialog.Accepted()) return;

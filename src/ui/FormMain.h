@@ -2,9 +2,15 @@
 
 #include <QtWidgets/QMainWindow>
 
+#include <array>
+#include <chrono>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
+#include "model/Recovery.h"
 #include "services/RecentFiles.h"
 #include "view/Surfaces.h"
 
@@ -16,6 +22,8 @@ class QPrinter;
 class QPushButton;
 class QScrollBar;
 class QStatusBar;
+class QTimer;
+class QUndoStack;
 
 namespace kvo {
 
@@ -25,6 +33,7 @@ class Icon;
 class Slide;
 class SlideShow;
 class SlideView;
+class DocumentStep;
 
 // The editor's window: one slide show at a time, its current slide on picMain,
 // and the file commands.
@@ -88,7 +97,15 @@ public:
     IconView* CurrentIconView() const { return currentIconView_; }
     const Icon* DefaultIcon() const { return defaultIcon_.get(); }
 
-    bool Saved() const { return saved_; }
+    // Offers each recovery copy that is newer than its document, newest first,
+    // and restores the first one the user takes.
+    void OfferRecovery();
+    // How long after a change the recovery copy is written.
+    void SetRecoveryDelay(std::chrono::milliseconds delay);
+    const Recovery& RecoveryCopies() const { return recovery_; }
+    QUndoStack& UndoStack() const { return *undoStack_; }
+
+    bool Saved() const;
     const std::string& FileName() const { return fileName_; }
     SlideShow* Document() const { return document_.get(); }
     SlideView& View() const { return *view_; }
@@ -104,6 +121,31 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    friend class DocumentStep;
+    // A drag of an icon or a leader end, from the press to the mouse-up.
+    struct MouseEdit {
+        int slide;
+        std::string before;
+        std::vector<std::array<int32_t, 4>> places;  // each icon's left, top and leader end
+    };
+
+    // Runs one edit and records it as an undoable step named text when it
+    // changed the document; slide is the one slide it touches, 0 the whole show.
+    void Edit(const QString& text, int slide, const std::function<void()>& edit);
+    std::string Snapshot(int slide) const;
+    // Puts a snapshot back and shows slide current, with new views for its icons.
+    void PutBack(int slide, const std::string& snapshot, int current);
+    void BeginMouseEdit();
+    void EndMouseEdit();
+    // Saved, or changes the user chose to throw away.
+    void SetSaved();
+    // A change that is no undoable step.
+    void MarkChanged();
+    void UndoIndexChanged();
+    void WriteRecovery();
+    void ShowNoSlide();
+    void ResetEditing();
+
     void BuildControls();
     void BuildMenus();
     void ReadDirectories();
@@ -137,6 +179,12 @@ private:
     QAction* exitAction_ = nullptr;
     QList<QAction*> recentActions_;  // the recent files' entries and the separator after them
     RecentFiles recent_{RecentFiles::DefaultStorePath()};
+    QUndoStack* undoStack_;
+    Recovery recovery_{Recovery::DefaultDirectory()};
+    QTimer* recoveryTimer_;
+    std::optional<MouseEdit> mouseEdit_;
+    int editDepth_ = 0;
+    bool changedOutsideUndo_ = false;  // the deliberate cases that mark a change without a step
     IconView* currentIconView_ = nullptr;  // while the icon menu is open
     std::unique_ptr<Icon> defaultIcon_;    // the template of new icons, for as long as the program runs
     std::unique_ptr<SlideShow> document_;
@@ -144,7 +192,6 @@ private:
     std::string fileName_;
     std::string slideDirectory_;
     std::string bitmapDirectory_;
-    bool saved_ = true;
     int currentSlide_ = 0;
     int frameWidth_ = 0;
     int frameHeight_ = 0;

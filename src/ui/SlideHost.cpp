@@ -123,6 +123,7 @@ void SlideHost::mousePressEvent(QMouseEvent* event) {
     if (view_ == nullptr) return;
     const QPoint at = ToTwips(event->position());
     Guarded([&] { view_->HostMouseDown(ButtonBits(event->buttons()), ShiftBits(event->modifiers()), at.x(), at.y()); });
+    if (captured_ != nullptr) MouseDown();  // a leader end was taken
 }
 
 void SlideHost::mouseMoveEvent(QMouseEvent* event) {
@@ -197,6 +198,7 @@ void IconWidget::paintEvent(QPaintEvent*) {
 void IconWidget::mousePressEvent(QMouseEvent* event) {
     if (host_.View() == nullptr) return;
     const QPoint at = ToTwips(event->position());
+    host_.MouseDown();
     host_.Guarded([&] { host_.View()->ViewMouseDown(index_, ButtonBits(event->buttons()), ShiftBits(event->modifiers()), at.x(), at.y()); });
 }
 

@@ -43,6 +43,11 @@ public:
     IconWidget* Captured() const { return captured_; }
     void SetCaptured(IconWidget* icon) { captured_ = icon; }
     const std::vector<QRect>& Feedback() const { return feedback_; }
+    // Called when a press on an icon surface, or on a leader's end, may start a drag.
+    void SetMouseDown(std::function<void()> handler) { mouseDown_ = std::move(handler); }
+    void MouseDown() {
+        if (mouseDown_) mouseDown_();
+    }
     // Called after every mouse-up on an icon surface.
     void SetIconMouseUp(std::function<void()> handler) { iconMouseUp_ = std::move(handler); }
     void IconMouseUp() {
@@ -67,6 +72,7 @@ private:
     IconWidget* captured_ = nullptr;
     QWidget* feedbackLayer_;
     std::vector<QRect> feedback_;
+    std::function<void()> mouseDown_;
     std::function<void()> iconMouseUp_;
 };
 
