@@ -56,6 +56,7 @@ int main(int argc, char** argv) {
         kvo::CurrentPrompt().Message(kvo::FormatResString(kvo::Str::StartupErrorMessage, {problem}),
                                      kvo::LoadResString(kvo::Str::AppTitle), kvo::MessageKind::Exclamation);
     if (argc > 1) window.OpenDocument(argv[1]);
+    window.OfferRecovery();  // work a killed editor left behind
     QuitAfterFirstPaint quitter;
     if (std::getenv("KVO_QUIT_AFTER_FIRST_PAINT") != nullptr) window.Host().installEventFilter(&quitter);
     const int status = QApplication::exec();

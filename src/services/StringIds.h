@@ -108,6 +108,8 @@ namespace kvo::Str {
     X(MenuEdit, 31390)                   \
     X(MenuEditUndo, 31391)               \
     X(MenuEditRedo, 31392)               \
+    X(MenuEditUndoStep, 31393)           \
+    X(MenuEditRedoStep, 31394)           \
     X(MenuSlide, 31400)                  \
     X(MenuSlideFirst, 31401)             \
     X(MenuSlidePrevious, 31402)          \

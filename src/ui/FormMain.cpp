@@ -219,15 +219,28 @@ void FormMain::BuildMenus() {
 
     QMenu* edit = menuBar()->addMenu(Text(Str::MenuEdit));
     edit->setObjectName("mnuEdit");
-    QAction* undo = undoStack_->createUndoAction(edit, Text(Str::MenuEditUndo));
-    undo->setObjectName("mnuEditUndo");
-    undo->setShortcuts(QKeySequence::Undo);
-    QAction* redo = undoStack_->createRedoAction(edit, Text(Str::MenuEditRedo));
-    redo->setObjectName("mnuEditRedo");
+    // The step's name follows the command, as in every editor.
+    const auto stepAction = [this, edit](const char* name, int32_t plain, int32_t withStep, auto perform, auto canChanged,
+                                         auto textChanged) {
+        auto* item = edit->addAction(Text(plain));
+        item->setObjectName(name);
+        item->setEnabled(false);
+        connect(item, &QAction::triggered, undoStack_, perform);
+        connect(undoStack_, canChanged, item, &QAction::setEnabled);
+        connect(undoStack_, textChanged, item, [item, plain, withStep](const QString& step) {
+            QString escaped = step;
+            item->setText(step.isEmpty() ? Text(plain)
+                                         : QString::fromStdString(FormatResString(withStep, {escaped.replace('&', "&&").toStdString()})));
+        });
+        return item;
+    };
+    stepAction("mnuEditUndo", Str::MenuEditUndo, Str::MenuEditUndoStep, &QUndoStack::undo, &QUndoStack::canUndoChanged,
+               &QUndoStack::undoTextChanged)
+        ->setShortcuts(QKeySequence::Undo);
     // Both, whatever the desktop's own convention.
-    redo->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)});
-    edit->addAction(undo);
-    edit->addAction(redo);
+    stepAction("mnuEditRedo", Str::MenuEditRedo, Str::MenuEditRedoStep, &QUndoStack::redo, &QUndoStack::canRedoChanged,
+               &QUndoStack::redoTextChanged)
+        ->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)});
 
     QMenu* slide = menuBar()->addMenu(Text(Str::MenuSlide));
     slide->setObjectName("mnuSlide");

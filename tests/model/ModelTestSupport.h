@@ -60,12 +60,20 @@ public:
     }
     std::optional<std::string> ChooseOpenFile(const FileChoice& choice) override { return NextFile(choice); }
     std::optional<std::string> ChooseSaveFile(const FileChoice& choice) override { return NextFile(choice); }
+    // Answers in script order; a cancel once the script runs out.
+    std::optional<int32_t> ChooseColor(int32_t) override {
+        if (colors.empty()) return std::nullopt;
+        const int32_t answer = colors.front();
+        colors.erase(colors.begin());
+        return answer;
+    }
 
     std::vector<Shown> shown;
     std::vector<Shown> questions;
     std::vector<Answer> answersToAsk;
     std::vector<FileChoice> fileDialogs;
     std::vector<std::optional<std::string>> files;  // answers to file dialogs, in order; then cancel
+    std::vector<int32_t> colors;
     std::vector<Shown> askedText;
     std::string lastDefault;
     std::vector<std::optional<std::string>> texts;

@@ -1,13 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <QtCore/QBuffer>
-#include <QtGui/QImage>
 #include <QtTest/QTest>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QScrollBar>
 
 #include <filesystem>
 
+#include "PictureBytes.h"
 #include "UiTestSupport.h"
 #include "model/ModelTestSupport.h"
 #include "model/SlideShow.h"
@@ -22,16 +21,6 @@ namespace kvo {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string Bmp(int width, int height) {
-    QImage image(width, height, QImage::Format_RGB888);
-    image.fill(Qt::darkGray);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "BMP");
-    return bytes.toStdString();
-}
 
 class SlideCommandsTest : public ::testing::Test {
 protected:
@@ -147,7 +136,7 @@ TEST_F(SlideCommandsTest, HelpTopicAndTitleAskForText) {
 }
 
 TEST_F(SlideCommandsTest, BackgroundCommands) {
-    test::WriteFile(dir_.File("pictures/plan.bmp"), Bmp(200, 100));
+    test::WriteFile(dir_.File("pictures/plan.bmp"), test::Bmp(200, 100));
     prompt_.files = {dir_.File("pictures/plan.bmp")};
     window_.BackSet();
     EXPECT_EQ(prompt_.fileDialogs.back().title, LoadResString(Str::BackgroundTitle));
@@ -159,7 +148,7 @@ TEST_F(SlideCommandsTest, BackgroundCommands) {
 
     // An edit saved by another program shows without a further step.
     window_.BackEdit();
-    test::WriteFile(dir_.File("pictures/plan.bmp"), Bmp(300, 100));
+    test::WriteFile(dir_.File("pictures/plan.bmp"), test::Bmp(300, 100));
     EXPECT_TRUE(QTest::qWaitFor([&] {
         QApplication::processEvents();
         try {

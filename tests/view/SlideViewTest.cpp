@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <QtCore/QBuffer>
 #include <QtGui/QImage>
 
 #include <algorithm>
 #include <array>
 
+#include "PictureBytes.h"
 #include "model/ModelTestSupport.h"
 #include "model/Slide.h"
 #include "services/Language.h"
@@ -52,17 +52,6 @@ std::string TinyWmf(const std::vector<std::vector<int>>& more = {}) {
     return bytes;
 }
 
-// A 24-bit BMP of the given size.
-std::string SmallBmp(int width, int height) {
-    QImage image(width, height, QImage::Format_RGB888);
-    image.fill(Qt::darkGray);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "BMP");
-    return bytes.toStdString();
-}
-
 class SlideViewTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -94,7 +83,7 @@ TEST_F(SlideViewTest, HeaderFieldsAtTheirLimitsAreHandled) {
     const auto put32 = [](std::string& bytes, std::size_t at, uint32_t value) {
         for (int i = 0; i < 4; ++i) bytes[at + static_cast<std::size_t>(i)] = static_cast<char>((value >> (8 * i)) & 0xFF);
     };
-    std::string bmp = SmallBmp(2, 2);
+    std::string bmp = test::Bmp(2, 2);
     put32(bmp, 18, 0x7FFFFFFF);  // width
     put32(bmp, 22, 0x7FFFFFFF);  // height
     test::WriteFile(dir_.File("huge.bmp"), bmp);
@@ -224,7 +213,7 @@ TEST_F(SlideViewTest, PictureRectangleRules) {
     EXPECT_EQ(view.PictureRect(), QRect(6000, 0, 6000, 4500));  // flush with the right edge
     EXPECT_DOUBLE_EQ(view.CurrentWidthRatio(), 2.0);
 
-    test::WriteFile(dir_.File("plan.bmp"), SmallBmp(200, 100));
+    test::WriteFile(dir_.File("plan.bmp"), test::Bmp(200, 100));
     slide_.SetPictureFile(dir_.File("plan.bmp"));
     slide_.SetPicturePosition(50, 50, 80, 80);
     Bind();
