@@ -1,5 +1,6 @@
-// Whole documents: load and save of a large show in both formats, and export and
-// import of a package of 50 MB of pictures next to a plain copy of the same bytes.
+// Whole documents: load and save of a large show in both formats, an undo step,
+// and export and import of a package of 50 MB of pictures next to a plain copy of
+// the same bytes.
 #include <benchmark/benchmark.h>
 
 #include <filesystem>
@@ -110,6 +111,25 @@ void BM_SaveShow(benchmark::State& state) {
     state.SetLabel(binary ? "binary" : "text");
 }
 BENCHMARK(BM_SaveShow)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+// What one undo or redo costs: the present taken as a snapshot and the other
+// side put back, for one slide of 50 icons (Arg 0) or the whole show (Arg 1).
+void BM_UndoStep(benchmark::State& state) {
+    const bool whole = state.range(0) != 0;
+    kvo::SlideShow show;
+    show.LoadFromFile(LargeShow(true));
+    kvo::Slide& slide = show.Slides().Item(1);
+    std::string other = whole ? show.Snapshot() : slide.Snapshot();
+    for (auto _ : state) {
+        std::string present = whole ? show.Snapshot() : slide.Snapshot();
+        if (whole) show.Restore(other, "snapshot");
+        else slide.Restore(other);
+        other = std::move(present);
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(other.size()));
+    state.SetLabel(whole ? "whole show" : "one slide");
+}
+BENCHMARK(BM_UndoStep)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 constexpr int kPictures = 25;
 constexpr std::size_t kPictureBytes = 2 * 1024 * 1024;

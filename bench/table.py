@@ -12,6 +12,8 @@ ROWS = [
     ("Binary show load, 200x50x4", "BM_LoadShow/1", "BM_PlainRead/1", "plain read"),
     ("Text show save, 200x50x4", "BM_SaveShow/0", "BM_PlainWrite/0", "plain write"),
     ("Binary show save, 200x50x4", "BM_SaveShow/1", "BM_PlainWrite/1", "plain write"),
+    ("Undo step, one slide of 50 icons", "BM_UndoStep/0", FRAME_BUDGET_MS, "frame budget"),
+    ("Undo step, whole 200x50x4 show", "BM_UndoStep/1", FRAME_BUDGET_MS, "frame budget"),
     ("Export 50 MB of pictures", "BM_ExportPackage", "BM_PlainCopyBaseline", "file copy"),
     ("Import 50 MB of pictures", "BM_ImportPackage", "BM_PlainCopyBaseline", "file copy"),
     ("Paint slide, 500 icons", "BM_PaintSlide/500/real_time", FRAME_BUDGET_MS, "frame budget"),
