@@ -33,7 +33,7 @@ namespace kvo::Str {
     X(ExportPackageLabel, 31131)         \
     X(ExportCommentLabel, 31132)         \
     X(ContentsPercentLabel, 31133)       \
-    X(ContentsCharacteristicLabel, 31134) \
+    X(ContentsCharacteristicLabel, 31134)\
     X(ContentsColumnLabel, 31135)        \
     X(ImportTitle, 31155)                \
     X(ImportFrame, 31156)                \
@@ -232,7 +232,36 @@ namespace kvo::Str {
     X(StepShowProperties, 31616)         \
     X(RecoveryOffer, 31620)              \
     X(RecoveryTitle, 31621)              \
-    X(RecoveryWriteFailed, 31622)
+    X(RecoveryWriteFailed, 31622)        \
+    X(MenuFileEvaluate, 31176)           \
+    X(MenuFileAverage, 31177)            \
+    X(MenuScreenPreview, 31463)          \
+    X(ReportLoadTitle, 31630)            \
+    X(ReportNoBlock, 31631)              \
+    X(ReportTrailingText, 31632)         \
+    X(ReportUnknownKey, 31633)           \
+    X(ReportBadNumber, 31634)            \
+    X(ReportBadBoolean, 31635)           \
+    X(ReportMissingKey, 31636)           \
+    X(ReportDuplicateCell, 31637)        \
+    X(StateNotEvaluated, 31640)          \
+    X(StateInBand, 31641)                \
+    X(StateWarning, 31642)               \
+    X(StateOutOfTolerance, 31643)        \
+    X(StatusWorst, 31644)                \
+    X(ReportFilter, 31645)               \
+    X(EvaluateTitle, 31646)              \
+    X(AverageTitle, 31647)               \
+    X(StepEvaluate, 31648)               \
+    X(StepAverage, 31649)                \
+    X(PreviewPrevious, 31650)            \
+    X(PreviewNext, 31651)                \
+    X(PreviewNextOut, 31652)             \
+    X(PreviewHelp, 31653)                \
+    X(PreviewClose, 31654)               \
+    X(PreviewNoSlides, 31655)            \
+    X(PreviewTitle, 31656)               \
+    X(PreviewStatus, 31657)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)
