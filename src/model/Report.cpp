@@ -170,6 +170,10 @@ void AverageReports(SlideShow& show, const std::vector<const Report*>& reports) 
     for (const Report* report : reports) {
         SlideShow sample;
         sample.Restore(original, report->FileName());
+        // Only what this report measured is a sample: not the states the show was saved with.
+        for (const auto& slide : sample.Slides())
+            for (const auto& icon : slide->Icons())
+                for (const auto& cell : icon->Values()) cell->SetTolerance(ToleranceState::NotEvaluated);
         report->Evaluate(sample);
         sample.CollectSampleSet(show, report->FileName());
     }

@@ -6,6 +6,7 @@
 #include <QtGui/QImage>
 
 #include <cstdlib>
+#include <iomanip>
 #include <iostream>
 #include <map>
 #include <optional>
@@ -14,6 +15,7 @@
 
 #include "model/ExportPackage.h"
 #include "model/FileDataCollection.h"
+#include "model/Report.h"
 #include "model/SlideShow.h"
 #include "view/OffscreenSurfaces.h"
 #include "services/Convert.h"
@@ -192,6 +194,74 @@ int Convert(const Args& given) {
     return 0;
 }
 
+// One line per cell: where it is, what the icon shows and its state; averaged
+// cells also say how many reports made their mean.
+void PrintCells(const kvo::SlideShow& show, bool averaged) {
+    std::cout << std::left << std::setw(6) << "Slide" << std::setw(20) << "Icon" << std::setw(10) << "Row/Col" << std::setw(14)
+              << "Value" << (averaged ? "Samples  " : "") << "State\n";
+    int number = 0;
+    for (const auto& slide : show.Slides()) {
+        ++number;
+        for (const auto& icon : slide->Icons()) {
+            for (const auto& cell : icon->Values()) {
+                if (averaged && cell->Column() != kvo::Value::kDeviationColumn) continue;
+                std::cout << std::setw(5) << number << ' ' << std::setw(19) << icon->Name() << ' ' << std::setw(9)
+                          << (std::to_string(cell->Row()) + "/" + std::to_string(cell->Column())) << ' ' << std::setw(13)
+                          << cell->DisplayText() << ' ';
+                if (averaged) std::cout << std::setw(9) << (std::to_string(cell->SummCount()) + " of " + std::to_string(cell->SampleSize()));
+                std::cout << kvo::ToleranceStateName(cell->Tolerance()) << '\n';
+            }
+        }
+    }
+    std::cout << "Worst state: " << kvo::ToleranceStateName(show.WorstTolerance()) << '\n';
+}
+
+void LoadReport(kvo::Report& report, const std::string& path) {
+    Prompts().file = path;
+    report.LoadFromFile(path);
+}
+
+// The evaluated show goes where asked, in the format it came in.
+void SaveEvaluated(kvo::SlideShow& show, const std::optional<std::string>& output) {
+    if (!output) return;
+    if (show.Binary()) show.SaveToBinary(*output);
+    else show.SaveToFile(*output);
+    std::cout << "Wrote " << *output << '\n';
+}
+
+int Evaluate(const Args& given) {
+    Args args = given;
+    const auto output = TakeOption(args, "-o");
+    RequireCount(args, 2);
+    kvo::SlideShow show;
+    LoadShow(show, args[0]);
+    kvo::Report report;
+    LoadReport(report, args[1]);
+    report.Evaluate(show);
+    PrintCells(show, false);
+    SaveEvaluated(show, output);
+    return 0;
+}
+
+int Average(const Args& given) {
+    Args args = given;
+    const auto output = TakeOption(args, "-o");
+    if (args.size() < 2) throw UsageError{};
+    RequireCount(args, args.size());
+    kvo::SlideShow show;
+    LoadShow(show, args[0]);
+    std::vector<kvo::Report> reports(args.size() - 1);
+    std::vector<const kvo::Report*> set;
+    for (std::size_t i = 0; i < reports.size(); ++i) {
+        LoadReport(reports[i], args[i + 1]);
+        set.push_back(&reports[i]);
+    }
+    kvo::AverageReports(show, set);
+    PrintCells(show, true);
+    SaveEvaluated(show, output);
+    return 0;
+}
+
 int Export(const Args& given) {
     Args args = given;
     const std::string comment = TakeOption(args, "--comment").value_or("");
@@ -325,6 +395,8 @@ const std::map<std::string, Command>& Commands() {
         {"info", {"info SHOW", "format, header, counts of slides, icons and cells, and the files the show refers to", Info}},
         {"check", {"check SHOW", "load the show and report every problem with file and line; exit status 1 if any", Check}},
         {"convert", {"convert SHOW OUT --to text|binary", "write the show in the other format", Convert}},
+        {"evaluate", {"evaluate SHOW REPORT [-o OUT]", "the show's cells as the report fills them, their states and the worst; -o writes the evaluated show", Evaluate}},
+        {"average", {"average SHOW REPORT... [-o OUT]", "the mean of each deviation cell over the reports, as one sample set; -o writes the averaged show", Average}},
         {"export", {"export SHOW [PACKAGE] [--comment TEXT]", "pack the show and its pictures (default PACKAGE: SHOW with .exp)", Export}},
         {"import", {"import PACKAGE TARGET [--yes-all | --no-all]", "unpack a package; asks before replacing a file", Import}},
         {"package-info", {"package-info PACKAGE", "the header of a package and the files in it", PackageInfo}},

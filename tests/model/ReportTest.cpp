@@ -99,7 +99,10 @@ TEST_F(ReportTest, AveragesOverThreeReportsShowAnIncompleteSetUnevaluated) {
     bore.Values().Add().SetColumn(0);  // measured values are not averaged
     Icon& flat = slide.Icons().Add();
     flat.SetFeatureName("FLAT");
-    flat.Values().Add().SetRow(10);
+    Value& saved = flat.Values().Add();
+    saved.SetRow(10);
+    saved.SetCurrentValue(Variant(0.5));  // saved with a state of its own, which is no sample
+    saved.SetTolerance(ToleranceState::OutOfTolerance);
     const auto report = [&](const char* name, const char* bore, const char* flat) {
         std::string text = "BLOCK Report\n BLOCK Feature\n  SEQNUMBER=12\n  FEATURENAME=BORE\n  BLOCK Row\n   ROW=2\n"
                            "   C0=" + std::string(bore) + "\n   C2=0.025\n   C3=0.025\n   C4=" + bore + "\n  END\n END\n";

@@ -44,6 +44,30 @@ TEST_F(KvotoolTest, CheckReportsEveryProblemWithFileAndLine) {
     EXPECT_NE(out.find(show + ", line 2: Type mismatch"), std::string::npos) << out;
 }
 
+TEST_F(KvotoolTest, EvaluateAndAverageTheExampleReport) {
+    const std::string report = JoinPath(EditorDataDirectory(), "samples/GearHousing-part7.rpt");
+    const std::string evaluated = dir_.File("evaluated.pdz");
+    std::string out;
+    ASSERT_EQ(Run("evaluate " + Sample() + " " + report + " -o " + evaluated, &out), 0) << out;
+    EXPECT_NE(out.find("1     BORE_B2             9/4       .071          warning\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("Worst state: out of tolerance\n"), std::string::npos) << out;
+    EXPECT_NE(test::ReadFile(evaluated).find("VALUE=DOUBLE|-0.048"), std::string::npos);
+
+    // A second part whose bore 12 is further out; its flatness was not measured.
+    std::string second = test::ReadFile(report);
+    second.replace(second.find("C4=0.018"), 8, "C4=0.024");
+    second.erase(second.find("\tBLOCK Feature\n\t\tSEQNUMBER=14"), second.find("\tBLOCK Feature\n\t\tSEQNUMBER=20") - second.find("\tBLOCK Feature\n\t\tSEQNUMBER=14"));
+    test::WriteFile(dir_.File("part8.rpt"), second);
+    ASSERT_EQ(Run("average " + Sample() + " " + report + " " + dir_.File("part8.rpt"), &out), 0) << out;
+    EXPECT_NE(out.find("1     #12                 2/4       .021          2 of 2   warning\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("1     FLANGE_FLATNESS     10/4      .031          1 of 2   not evaluated\n"), std::string::npos) << out;
+
+    test::WriteFile(dir_.File("bad.rpt"), "BLOCK Report\n\tBLOCK Feature\n\t\tSEQNUMBER=x\n");
+    EXPECT_EQ(Run("evaluate " + Sample() + " " + dir_.File("bad.rpt"), &out), 1);
+    EXPECT_NE(out.find(dir_.File("bad.rpt") + ": Line 3: SEQNUMBER in the Feature block must be a number"), std::string::npos) << out;
+    EXPECT_EQ(Run("average " + Sample(), &out), 2);
+}
+
 TEST_F(KvotoolTest, ConvertRoundTripsTheExampleByteForByte) {
     const std::string binary = dir_.File("g.pdx");
     const std::string text = dir_.File("g.pdz");
