@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kvo {
 
@@ -51,6 +52,8 @@ public:
         return std::nullopt;
     }
     virtual std::optional<std::string> ChooseOpenFile(const FileChoice&) { return std::nullopt; }
+    // Several existing files at once; none when the user cancels.
+    virtual std::vector<std::string> ChooseOpenFiles(const FileChoice&) { return {}; }
     virtual std::optional<std::string> ChooseSaveFile(const FileChoice&) { return std::nullopt; }
     virtual std::optional<int32_t> ChooseColor(int32_t) { return std::nullopt; }
     virtual std::optional<FontChoice> ChooseFont(const FontChoice&) { return std::nullopt; }

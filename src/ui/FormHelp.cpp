@@ -15,8 +15,7 @@ namespace kvo {
 
 namespace {
 
-void Show(QWidget* window, const QString& anchor) {
-    const std::string& file = HelpFile();
+void Show(QWidget* window, const std::string& file, const QString& anchor) {
     if (file.empty()) return;
     if (EndsWithNoCase(file, ".html")) {
         FormHelp::Instance().ShowAnchor(QString::fromStdString(file), anchor);
@@ -28,9 +27,11 @@ void Show(QWidget* window, const QString& anchor) {
 
 }  // namespace
 
-void ShowHelpTopic(QWidget* window, int topic) { Show(window, QString::number(topic)); }
+void ShowHelpTopic(QWidget* window, int topic) { Show(window, HelpFile(), QString::number(topic)); }
 
-void ShowHelpContents(QWidget* window) { Show(window, "contents"); }
+void ShowHelpContents(QWidget* window) { Show(window, HelpFile(), "contents"); }
+
+void ShowHelpFileTopic(QWidget* window, const std::string& file, int topic) { Show(window, file, QString::number(topic)); }
 
 FormHelp& FormHelp::Instance() {
     static FormHelp* instance = new FormHelp();  // lives as long as the program

@@ -2,6 +2,8 @@
 
 #include <QtWidgets/QWidget>
 
+#include <string>
+
 class QTextBrowser;
 
 namespace kvo {
@@ -11,6 +13,8 @@ namespace kvo {
 // help file nothing is shown.
 void ShowHelpTopic(QWidget* window, int topic);
 void ShowHelpContents(QWidget* window);
+// The same for a help file of the user's own, such as a slide show's.
+void ShowHelpFileTopic(QWidget* window, const std::string& file, int topic);
 
 class FormHelp final : public QWidget {
     Q_OBJECT

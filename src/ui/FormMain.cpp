@@ -31,11 +31,13 @@
 #include "FormIconProperties.h"
 #include "FormImport.h"
 #include "FormPosition.h"
+#include "FormPreview.h"
 #include "FormProperties.h"
 #include "LanguageFont.h"
 #include "SlideHost.h"
 #include "model/ExportPackage.h"
 #include "model/Icon.h"
+#include "model/Report.h"
 #include "model/SlideShow.h"
 #include "services/Convert.h"
 #include "services/Error.h"
@@ -159,6 +161,12 @@ void FormMain::BuildControls() {
     statusText_ = new QLabel(sbMain_);
     statusText_->setObjectName("sbMainText");
     sbMain_->addWidget(statusText_, 1);
+    stateText_ = new QLabel(sbMain_);
+    stateText_->setObjectName("sbMainState");
+    stateText_->setContentsMargins(6, 0, 6, 0);
+    stateText_->setAutoFillBackground(true);
+    stateText_->hide();
+    sbMain_->addPermanentWidget(stateText_);
     scrollPanel_ = new QWidget(sbMain_);
     scrollPanel_->setObjectName("scroll");
     scrollPanel_->setFixedWidth(kScrollPanelWidth);
@@ -208,6 +216,9 @@ void FormMain::BuildMenus() {
     file->addSeparator();
     action(file, "mnuFileImport", Str::MenuFileImport, &FormMain::FileImport);
     action(file, "mnuFileExport", Str::MenuFileExport, &FormMain::FileExport);
+    file->addSeparator();
+    action(file, "mnuFileEvaluate", Str::MenuFileEvaluate, &FormMain::FileEvaluate);
+    action(file, "mnuFileAverage", Str::MenuFileAverage, &FormMain::FileAverage);
     file->addSeparator();
     action(file, "mnuFilePrint", Str::MenuFilePrint, &FormMain::FilePrint, QKeySequence::Print);
     action(file, "mnuFileCapture", Str::MenuFileCapture, &FormMain::FileCapture);
@@ -285,6 +296,8 @@ void FormMain::BuildMenus() {
     view->setObjectName("mnuScreen");
     action(view, "mnuScreen640", Str::MenuScreen640, &FormMain::Screen640);
     action(view, "mnuScreen800", Str::MenuScreen800, &FormMain::Screen800);
+    view->addSeparator();
+    action(view, "mnuScreenPreview", Str::MenuScreenPreview, &FormMain::ScreenPreview, QKeySequence(Qt::Key_F5));
 
     QMenu* help = menuBar()->addMenu(Text(Str::MenuHelp));
     help->setObjectName("mnuHelp");
@@ -486,6 +499,18 @@ void FormMain::UpdateCaption() {
 }
 
 void FormMain::UpdateStatus() {
+    const int16_t worst = document_ ? document_->WorstTolerance() : ToleranceState::NotEvaluated;
+    stateText_->setVisible(worst != ToleranceState::NotEvaluated);
+    if (worst != ToleranceState::NotEvaluated) {
+        stateText_->setText(QString::fromStdString(FormatResString(Str::StatusWorst, {ToleranceStateName(worst)})));
+        const int32_t color = worst == ToleranceState::InBand    ? SlideView::kColorOK
+                              : worst == ToleranceState::Warning ? SlideView::kColorWarning
+                                                                 : SlideView::kColorError;
+        QPalette palette = stateText_->palette();
+        palette.setColor(QPalette::Window, QColor(color & 0xFF, (color >> 8) & 0xFF, (color >> 16) & 0xFF));
+        palette.setColor(QPalette::WindowText, Qt::black);
+        stateText_->setPalette(palette);
+    }
     if (!document_ || currentSlide_ < 1) {
         statusText_->clear();
         return;
@@ -496,7 +521,8 @@ void FormMain::UpdateStatus() {
 void FormMain::UpdateEnabling() {
     const bool open = document_ != nullptr;
     for (const char* name : {"mnuFileSave", "mnuFileSaveAs", "mnuFileSaveBinary", "mnuFileClose", "mnuFileProperties",
-                             "mnuFileExport", "mnuFilePrint", "mnuFileCapture", "mnuFileCopyImage"})
+                             "mnuFileExport", "mnuFileEvaluate", "mnuFileAverage", "mnuFilePrint", "mnuFileCapture",
+                             "mnuFileCopyImage", "mnuScreenPreview"})
         findChild<QAction*>(name)->setEnabled(open);
     const int count = open ? document_->Slides().Count() : 0;
     const bool current = Current() != nullptr;
@@ -877,6 +903,7 @@ void FormMain::FileSaveBinary() {
 
 void FormMain::ClearWindow() {
     statusText_->clear();
+    stateText_->hide();
     picMain_->SetView(nullptr);
     view_ = std::make_unique<SlideView>(*this, *picMain_);  // the old one takes its icon surfaces with it
     picMain_->SetView(view_.get());
@@ -962,6 +989,48 @@ void FormMain::FileExport() {
     } catch (const Error& error) {
         ShowError(error, dialog.PackagePath());
     }
+}
+
+void FormMain::FileEvaluate() {
+    if (!document_) return;
+    const auto file = CurrentPrompt().ChooseOpenFile({S(Str::EvaluateTitle), S(Str::ReportFilter), slideDirectory_, ""});
+    if (!file || file->empty()) return;
+    Report report;
+    try {
+        report.LoadFromFile(*file);
+    } catch (const Error& error) {
+        ShowError(error, *file);
+        return;
+    }
+    Edit(Step(Str::StepEvaluate, FileNamePart(*file)), 0, [&] {
+        report.Evaluate(*document_);
+        ShowSlide(currentSlide_, true);  // every icon in its new colours
+    });
+}
+
+void FormMain::FileAverage() {
+    if (!document_) return;
+    const auto files = CurrentPrompt().ChooseOpenFiles({S(Str::AverageTitle), S(Str::ReportFilter), slideDirectory_, ""});
+    if (files.empty()) return;
+    std::vector<Report> reports(files.size());
+    std::vector<const Report*> set;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        try {
+            reports[i].LoadFromFile(files[i]);
+        } catch (const Error& error) {
+            ShowError(error, files[i]);
+            return;
+        }
+        set.push_back(&reports[i]);
+    }
+    Edit(Step(Str::StepAverage, static_cast<int>(files.size())), 0, [&] {
+        AverageReports(*document_, set);
+        ShowSlide(currentSlide_, true);
+    });
+}
+
+void FormMain::ScreenPreview() {
+    if (document_) FormPreview::Preview(*document_, this);
 }
 
 QImage FormMain::SlideImage() const {

@@ -59,6 +59,11 @@ public:
     void FileProperties();
     void FileImport();
     void FileExport();
+    // Fills the show's cells from a report file, or from the mean of several,
+    // as one step that can be undone.
+    void FileEvaluate();
+    void FileAverage();
+    void ScreenPreview();
     void FilePrint();
     void PrintSlide(QPrinter& printer);
     void FileCapture();
@@ -170,6 +175,7 @@ private:
     SlideHost* picMain_;
     QStatusBar* sbMain_;
     QLabel* statusText_;
+    QLabel* stateText_;  // the worst tolerance state of the show, once it has one
     QWidget* scrollPanel_;
     QScrollBar* hsSlide_;
     QPushButton* cmdDelayedResize_;

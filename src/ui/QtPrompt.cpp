@@ -85,6 +85,14 @@ std::optional<std::string> QtPrompt::ChooseOpenFile(const FileChoice& choice) {
     return file.toStdString();
 }
 
+std::vector<std::string> QtPrompt::ChooseOpenFiles(const FileChoice& choice) {
+    std::vector<std::string> files;
+    for (const QString& file : QFileDialog::getOpenFileNames(parent_, Q(choice.title), StartPath(choice), QtFileFilter(choice.filter),
+                                                             nullptr, QFileDialog::ReadOnly))
+        files.push_back(file.toStdString());
+    return files;
+}
+
 std::optional<std::string> QtPrompt::ChooseSaveFile(const FileChoice& choice) {
     // Replacing is the caller's question, asked in its own words.
     const QString file = QFileDialog::getSaveFileName(parent_, Q(choice.title), StartPath(choice), QtFileFilter(choice.filter),

@@ -60,6 +60,13 @@ public:
     }
     std::optional<std::string> ChooseOpenFile(const FileChoice& choice) override { return NextFile(choice); }
     std::optional<std::string> ChooseSaveFile(const FileChoice& choice) override { return NextFile(choice); }
+    std::vector<std::string> ChooseOpenFiles(const FileChoice& choice) override {
+        fileDialogs.push_back(choice);
+        if (fileLists.empty()) return {};
+        std::vector<std::string> answer = fileLists.front();
+        fileLists.erase(fileLists.begin());
+        return answer;
+    }
     // Answers in script order; a cancel once the script runs out.
     std::optional<int32_t> ChooseColor(int32_t) override {
         if (colors.empty()) return std::nullopt;
@@ -74,6 +81,7 @@ public:
     std::vector<FileChoice> fileDialogs;
     std::vector<std::optional<std::string>> files;  // answers to file dialogs, in order; then cancel
     std::vector<int32_t> colors;
+    std::vector<std::vector<std::string>> fileLists;  // answers to multiple-file dialogs
     std::vector<Shown> askedText;
     std::string lastDefault;
     std::vector<std::optional<std::string>> texts;

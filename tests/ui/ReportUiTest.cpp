@@ -1,0 +1,146 @@
+#include <gtest/gtest.h>
+
+#include <QtGui/QMouseEvent>
+#include <QtGui/QUndoStack>
+#include <QtTest/QTest>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QPushButton>
+
+#include <sstream>
+
+#include "UiTestSupport.h"
+#include "model/ModelTestSupport.h"
+#include "model/SlideShow.h"
+#include "services/Language.h"
+#include "services/Paths.h"
+#include "ui/FormHelp.h"
+#include "ui/FormMain.h"
+#include "ui/FormPreview.h"
+#include "ui/SlideHost.h"
+#include "view/SlideView.h"
+
+namespace kvo {
+namespace {
+
+std::string TextOf(const SlideShow& show) {
+    std::ostringstream out;
+    show.WriteText(out);
+    return out.str();
+}
+
+std::string Shown(const Slide& slide, const char* icon, int row) {
+    for (const auto& each : slide.Icons())
+        if (each->Name() == icon)
+            for (const auto& cell : each->Values())
+                if (cell->Row() == row && cell->Column() == 4) return cell->DisplayText();
+    return "(none)";
+}
+
+struct English {
+    English() {
+        SetLanguage(1033);
+        InitResources();
+    }
+};
+
+class ReportUiTest : public ::testing::Test {
+protected:
+    ReportUiTest() {
+        window_.resize(900, 700);
+        window_.show();
+        window_.OpenDocument(sample_);
+    }
+
+    QLabel* State() { return window_.findChild<QLabel*>("sbMainState"); }
+
+    English english_;
+    test::TempDir dir_;
+    test::ScopedEnv store_{"ORLANVEX_REGISTRY", dir_.File("registry.reg")};
+    std::string sample_ = JoinPath(EditorDataDirectory(), "samples/GearHousing.pdz");
+    std::string report_ = JoinPath(EditorDataDirectory(), "samples/GearHousing-part7.rpt");
+    test::RecordingPrompt prompt_;
+    FormMain window_;
+};
+
+TEST_F(ReportUiTest, EvaluatingAndAveragingAreStepsThatRecolourTheShow) {
+    const std::string before = TextOf(*window_.Document());
+    prompt_.files = {report_};
+    window_.FileEvaluate();
+    EXPECT_EQ(window_.UndoStack().undoText(), "Evaluate report GearHousing-part7.rpt");
+    const Slide& front = window_.Document()->Slides().Item(1);
+    EXPECT_EQ(Shown(front, "#12", 2), ".018");
+    EXPECT_EQ(Shown(front, "BORE_B2", 9), ".071");
+    EXPECT_TRUE(State()->isVisible());
+    EXPECT_EQ(State()->text(), "Worst state: out of tolerance");
+    const std::string evaluated = TextOf(*window_.Document());
+    window_.UndoStack().undo();
+    EXPECT_EQ(TextOf(*window_.Document()), before);
+    window_.UndoStack().redo();
+    EXPECT_EQ(TextOf(*window_.Document()), evaluated);
+
+    // Two parts: the second's bore 12 further out.
+    std::string second = test::ReadFile(report_);
+    second.replace(second.find("C4=0.018"), 8, "C4=0.024");
+    test::WriteFile(dir_.File("part8.rpt"), second);
+    prompt_.fileLists = {{report_, dir_.File("part8.rpt")}};
+    window_.FileAverage();
+    EXPECT_EQ(window_.UndoStack().undoText(), "Average of 2 reports");
+    EXPECT_EQ(Shown(window_.Document()->Slides().Item(1), "#12", 2), ".021");
+
+    // A bad report is reported and changes nothing.
+    test::WriteFile(dir_.File("bad.rpt"), "BLOCK Report\n\tBLOCK Feature\n\t\tDECIMALS=many\n");
+    const int steps = window_.UndoStack().count();
+    prompt_.files = {dir_.File("bad.rpt")};
+    window_.FileEvaluate();
+    EXPECT_EQ(window_.UndoStack().count(), steps);
+    ASSERT_FALSE(prompt_.shown.empty());
+    EXPECT_NE(prompt_.shown.back().text.find("Line 3: DECIMALS in the Feature block must be a number"), std::string::npos)
+        << prompt_.shown.back().text;
+}
+
+TEST_F(ReportUiTest, ThePreviewPlaysTheEnabledSlidesReadOnly) {
+    SlideShow show;
+    for (const char* name : {"A", "B", "C", "D"}) show.Slides().Add().SetName(name);
+    show.Slides().Item(2).SetEnabled(false);
+    Value& out = show.Slides().Item(3).Icons().Add().Values().Add();
+    out.SetTolerance(ToleranceState::OutOfTolerance);
+    show.Slides().Item(3).SetHelpTopic(22);
+    show.SetHelpFile(JoinPath(EditorDataDirectory(), "ENUTV.html"));
+    const std::string original = TextOf(show);
+
+    FormPreview preview(show, &window_);
+    preview.show();
+    ASSERT_EQ(preview.Played().Slides().Count(), 3);
+    EXPECT_EQ(preview.Played().ActiveSlide().Name(), "A");
+    const auto button = [&](const char* name) { return preview.findChild<QPushButton*>(name); };
+    EXPECT_FALSE(button("cmdPrevious")->isEnabled());
+    button("cmdNext")->click();
+    EXPECT_EQ(preview.View().CurrentSlide()->Name(), "C");  // B is not shown
+    button("cmdNext")->click();
+    EXPECT_FALSE(button("cmdNext")->isEnabled());
+    button("cmdNextOut")->click();  // round to the only slide out of tolerance
+    EXPECT_EQ(preview.View().CurrentSlide()->Name(), "C");
+    EXPECT_EQ(preview.findChild<QLabel*>("lblStatus")->text(), "Slide 2 of 3: C");
+    button("cmdHelp")->click();
+    EXPECT_EQ(FormHelp::Instance().CurrentAnchor(), "22");
+    FormHelp::Instance().hide();
+
+    // Read-only: an icon does not move under the mouse, and the show is untouched.
+    QWidget* icon = preview.Host().findChild<QWidget*>("picIcon1");
+    ASSERT_NE(icon, nullptr);
+    const QPoint at = icon->pos();
+    QTest::mousePress(icon, Qt::LeftButton, {}, QPoint(3, 3));
+    QTest::mouseMove(icon, QPoint(90, 60));
+    QTest::mouseRelease(icon, Qt::LeftButton, {}, QPoint(90, 60));
+    EXPECT_EQ(icon->pos(), at);
+    QTest::keyClick(&preview, Qt::Key_Escape);
+    EXPECT_FALSE(preview.isVisible());
+    EXPECT_EQ(TextOf(show), original);
+
+    for (int i = 1; i <= 4; ++i) show.Slides().Item(i).SetEnabled(false);
+    EXPECT_FALSE(FormPreview::Preview(show, &window_));
+    EXPECT_EQ(prompt_.shown.back().text, "The slide show has no enabled slide to show.");
+}
+
+}  // namespace
+}  // namespace kvo
