@@ -61,6 +61,9 @@ FormPreview::FormPreview(const SlideShow& show, QWidget* parent) : QDialog(paren
 
     status_ = new QLabel(this);
     status_->setObjectName("lblStatus");
+    QFont statusFont = status_->font();
+    statusFont.setPointSize(kButtonFontPoints - 2);
+    status_->setFont(statusFont);
     const auto button = [this](const char* name, int32_t caption, void (FormPreview::*slot)()) {
         auto* item = CaptionedButton<QPushButton>(this, name, caption);
         QFont font = item->font();
