@@ -193,6 +193,7 @@ void WriteShows(const fs::path& out) {
     small.SaveToFile(scratch.File("small.pdz"));
     kvo::ExportSlideShow(scratch.File("small.pdz"), scratch.File("small.exp"), "seed package");
     Seed(out / "package", "small.exp", ReadAll(scratch.File("small.exp")));
+    Seed(out / "report", "part7.rpt", ReadAll(kvo::JoinPath(kvo::EditorDataDirectory(), "samples/GearHousing-part7.rpt")));
 }
 
 void WriteTexts(const fs::path& out) {
