@@ -236,7 +236,9 @@ void FormMain::BuildMenus() {
         auto* item = edit->addAction(Text(plain));
         item->setObjectName(name);
         item->setEnabled(false);
-        connect(item, &QAction::triggered, undoStack_, perform);
+        connect(item, &QAction::triggered, this, [this, perform] {
+            if (picMain_->Captured() == nullptr) (undoStack_->*perform)();  // not in the middle of a drag
+        });
         connect(undoStack_, canChanged, item, &QAction::setEnabled);
         connect(undoStack_, textChanged, item, [item, plain, withStep](const QString& step) {
             QString escaped = step;

@@ -226,6 +226,16 @@ TEST_F(UndoTest, ChangesKeptDeliberatelyWithoutAStepStayUnsaved) {
     window_.InsertIcon();
     window_.UndoStack().undo();
     EXPECT_FALSE(window_.Saved());
+
+    // Not in the middle of a drag: the icon held would vanish under the mouse.
+    window_.UndoStack().redo();
+    Send(Surface(1), QEvent::MouseButtonPress, QPoint(5, 5), Qt::LeftButton, Qt::LeftButton);
+    Send(Surface(1), QEvent::MouseMove, QPoint(60, 40), Qt::NoButton, Qt::LeftButton);
+    Action("mnuEditUndo")->trigger();
+    EXPECT_EQ(window_.UndoStack().index(), 1);
+    Send(Surface(1), QEvent::MouseButtonRelease, QPoint(60, 40), Qt::LeftButton, Qt::NoButton);
+    Action("mnuEditUndo")->trigger();  // the drag
+    EXPECT_EQ(window_.UndoStack().index(), 1);
 }
 
 TEST_F(UndoTest, RecoveryCopiesFollowTheUnsavedState) {
