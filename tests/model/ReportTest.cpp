@@ -144,7 +144,7 @@ TEST_F(ReportTest, BadReportsNameTheFileTheLineAndWhatWasExpected) {
         {feature + "\tEND\nEND\nBLOCK Report\n", "Line 7: there is more text after the end of the report."},
     };
     for (const auto& [text, message] : cases) {
-        const Error error = test::RaisedBy([&] { Load(text); });
+        const Error error = test::RaisedBy([&, &input = text] { Load(input); });
         EXPECT_EQ(error.Number(), ErrorNumber::LoadStructure) << text;
         EXPECT_EQ(error.Description().rfind(dir_.File("report.rpt") + ": ", 0), 0u) << error.Description();
         EXPECT_NE(error.Description().find(message), std::string::npos) << error.Description();
