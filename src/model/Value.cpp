@@ -146,6 +146,11 @@ std::string Value::DisplayText() const {
     }
 }
 
+double Value::ShownNumber() const {
+    const std::string shown = DisplayText();
+    return shown == "." || shown == "-." ? 0.0 : ToDouble(shown);
+}
+
 const std::string& Value::LogItem(int32_t index) const { return ListItem(logList_, index, "Value.LogItem"); }
 
 const std::string& Value::ValueItem(int32_t index) const { return ListItem(valueList_, index, "Value.ValueItem"); }
@@ -210,7 +215,7 @@ void Value::UpdateReport(HostReport& host, std::span<const int16_t> rowFlags, st
         currentValue_ = Variant(RoundToDecimals(deviation));
         gotTols_ = true;
         // Classify what is shown, so the colour always agrees with the text.
-        tolerance_ = Classify(ToDouble(DisplayText()));
+        tolerance_ = Classify(ShownNumber());
     } catch (...) {
         // The host's errors end the update; what was set so far stays.
     }

@@ -1005,7 +1005,11 @@ void FormMain::FileEvaluate() {
         return;
     }
     Edit(Step(Str::StepEvaluate, FileNamePart(*file)), 0, [&] {
-        report.Evaluate(*document_);
+        try {
+            report.Evaluate(*document_);
+        } catch (const Error& error) {
+            ShowError(error, *file);  // what was filled in so far is one step to undo
+        }
         ShowSlide(currentSlide_, true);  // every icon in its new colours
     });
 }
@@ -1026,7 +1030,11 @@ void FormMain::FileAverage() {
         set.push_back(&reports[i]);
     }
     Edit(Step(Str::StepAverage, static_cast<int>(files.size())), 0, [&] {
-        AverageReports(*document_, set);
+        try {
+            AverageReports(*document_, set);
+        } catch (const Error& error) {
+            ShowError(error, files.front());
+        }
         ShowSlide(currentSlide_, true);
     });
 }

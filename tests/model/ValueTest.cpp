@@ -7,6 +7,7 @@
 
 #include "ModelTestSupport.h"
 #include "model/BinaryStream.h"
+#include "model/Icon.h"
 #include "model/ValueCollection.h"
 #include "services/Language.h"
 #include "services/StringIds.h"
@@ -104,6 +105,31 @@ TEST_F(ValueTest, TheShownDeviationDecidesTheState) {
     EXPECT_EQ(value.DisplayText(), ".100");
     EXPECT_EQ(value.CurrentValue(), Variant(0.1));
     EXPECT_EQ(value.Tolerance(), 2);
+}
+
+// Found by fuzzing: with no decimals a zero (and anything that rounds to it)
+// shows as "."; what is shown must still read back as its number.
+TEST_F(ValueTest, ShownTextsWithoutDigitsReadBackAsZero) {
+    const Value zero = Updated(0.0, 0);
+    EXPECT_EQ(zero.DisplayText(), ".");
+    EXPECT_EQ(zero.Tolerance(), ToleranceState::InBand);
+    const Value small = Updated(-0.2, 0);
+    EXPECT_EQ(small.DisplayText(), ".");
+    EXPECT_EQ(small.Tolerance(), ToleranceState::InBand);
+    EXPECT_EQ(Updated(12.4, 0).DisplayText(), "12.");
+    EXPECT_EQ(Updated(12.4, 0).Tolerance(), ToleranceState::OutOfTolerance);
+
+    Icon part;
+    part.SetSequenceNumber(12);
+    zero.Copy(part.Values().Add());
+    part.Values().Item(1).SetTolerance(ToleranceState::InBand);
+    part.Values().Item(1).SetCurrentValue(Variant(0.0));
+    Icon target;
+    target.SetSequenceNumber(12);
+    target.Values().Add().InitializeSampleSet(1);
+    part.CollectSampleSet(target, "part 1");
+    EXPECT_EQ(target.Values().Item(1).SummCount(), 1);
+    EXPECT_EQ(target.Values().Item(1).Summ(), 0.0);
 }
 
 TEST_F(ValueTest, HostDecimalsAreCappedAtSeven) {
