@@ -224,7 +224,7 @@ void Icon::CollectSampleSet(Icon& target, std::string_view logName) const {
             if (collector->SummCount() >= collector->SampleSize()) continue;
             if (collector->IsLogCol(logName)) continue;
             const std::string shown = own->DisplayText();
-            collector->SetSumm(Variant(collector->Summ() + own->ShownNumber()));
+            collector->SetSumm(Variant(collector->Summ() + Value::ShownNumber(shown)));
             collector->SetSummCount(static_cast<int16_t>(collector->SummCount() + 1));
             collector->AddLog(std::string(logName));
             collector->AddValue(shown);

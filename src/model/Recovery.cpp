@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 
 #include "SlideShow.h"
 #include "services/AtomicFile.h"
@@ -19,13 +17,6 @@ namespace {
 constexpr const char* kCopyExtension = ".pdx";
 constexpr const char* kDocumentExtension = ".document";
 
-std::string Absolute(const std::string& document) {
-    if (IsFullPath(document)) return document;
-    std::error_code ec;
-    const auto path = std::filesystem::absolute(document, ec);
-    return ec ? document : path.lexically_normal().string();
-}
-
 std::string ReadAll(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
@@ -36,18 +27,13 @@ std::string ReadAll(const std::string& path) {
 Recovery::Recovery(std::string directory) : directory_(std::move(directory)) {}
 
 std::string Recovery::DefaultDirectory() {
-    const char* state = std::getenv("XDG_STATE_HOME");
-    const char* home = std::getenv("HOME");
-    const std::filesystem::path base = state != nullptr && *state == '/'  ? std::filesystem::path(state)
-                                       : home != nullptr && *home != '\0' ? std::filesystem::path(home) / ".local" / "state"
-                                                                          : std::filesystem::temp_directory_path();
-    return (base / "kvoeditor" / "recovery").string();
+    return (std::filesystem::path(UserBaseDirectory("XDG_STATE_HOME", ".local/state")) / "kvoeditor" / "recovery").string();
 }
 
 // A document path is too long for a file name: the copy is named by its hash.
 std::string Recovery::Stem(const std::string& document) const {
     uint64_t hash = 14695981039346656037ULL;
-    for (const unsigned char c : Absolute(document)) {
+    for (const unsigned char c : AbsolutePath(document)) {
         hash ^= c;
         hash *= 1099511628211ULL;
     }
@@ -64,7 +50,7 @@ void Recovery::Write(const SlideShow& show, const std::string& document) const {
     // Unsaved work is nobody else's business.
     if (std::filesystem::create_directories(directory_, ec))
         std::filesystem::permissions(directory_, std::filesystem::perms::owner_all, ec);
-    const std::string name = Absolute(document) + '\n';
+    const std::string name = AbsolutePath(document) + '\n';
     if (ReadAll(stem + kDocumentExtension) != name) WriteFileAtomically(stem + kDocumentExtension, name);
     AtomicFile file(stem + kCopyExtension);
     show.WriteBinary(file.Stream(), file.TargetPath());

@@ -146,8 +146,7 @@ std::string Value::DisplayText() const {
     }
 }
 
-double Value::ShownNumber() const {
-    const std::string shown = DisplayText();
+double Value::ShownNumber(const std::string& shown) {
     return shown == "." || shown == "-." ? 0.0 : ToDouble(shown);
 }
 
@@ -215,7 +214,7 @@ void Value::UpdateReport(HostReport& host, std::span<const int16_t> rowFlags, st
         currentValue_ = Variant(RoundToDecimals(deviation));
         gotTols_ = true;
         // Classify what is shown, so the colour always agrees with the text.
-        tolerance_ = Classify(ShownNumber());
+        tolerance_ = Classify(ShownNumber(DisplayText()));
     } catch (...) {
         // The host's errors end the update; what was set so far stays.
     }

@@ -45,9 +45,9 @@ public:
     // A floating value with "." and one "0" per decimal (0.5 shows as ".500");
     // empty is "", null is "NULL", anything else its plain text.
     std::string DisplayText() const;
-    // The display text read back as a number: without decimals a zero shows as
+    // A display text read back as a number: without decimals a zero shows as
     // "." alone, which is 0.
-    double ShownNumber() const;
+    static double ShownNumber(const std::string& shown);
 
     const Variant& CurrentValue() const { return currentValue_; }
     void SetCurrentValue(Variant value) { currentValue_ = std::move(value); }

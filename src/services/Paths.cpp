@@ -1,5 +1,6 @@
 #include "Paths.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
@@ -36,6 +37,21 @@ std::string ParentOf(std::string dir) {
 bool IsPathSeparator(char c) { return c == '\\' || c == '/'; }
 
 bool IsFullPath(std::string_view path) { return IsDriveSpec(path) || (!path.empty() && path[0] == '/'); }
+
+std::string UserBaseDirectory(const char* variable, const char* underHome) {
+    const char* set = std::getenv(variable);
+    const char* home = std::getenv("HOME");
+    if (set != nullptr && *set == '/') return set;
+    if (home != nullptr && *home != '\0') return (std::filesystem::path(home) / underHome).string();
+    return std::filesystem::temp_directory_path().string();
+}
+
+std::string AbsolutePath(const std::string& path) {
+    if (IsFullPath(path)) return path;
+    std::error_code ec;
+    const auto absolute = std::filesystem::absolute(path, ec);
+    return ec ? path : absolute.lexically_normal().string();
+}
 
 std::string AddBackslash(std::string_view path) {
     std::string result(TrimRight(path));

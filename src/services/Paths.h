@@ -12,6 +12,11 @@ bool IsPathSeparator(char c);
 
 // A drive-letter path ("E:...") or an absolute path of this system ("/...").
 bool IsFullPath(std::string_view path);
+// A path given relative to the working folder made full; as given when that fails.
+std::string AbsolutePath(const std::string& path);
+// One of the user's own folders: $variable when it holds a full path, else
+// underHome below $HOME, else the temporary folder.
+std::string UserBaseDirectory(const char* variable, const char* underHome);
 
 // Trims trailing blanks and appends a separator unless the path ends with one.
 std::string AddBackslash(std::string_view path);

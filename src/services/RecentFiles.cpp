@@ -1,7 +1,6 @@
 #include "RecentFiles.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <utility>
@@ -22,20 +21,14 @@ RecentFiles::RecentFiles(std::string storePath) : storePath_(std::move(storePath
 }
 
 std::string RecentFiles::DefaultStorePath() {
-    const char* config = std::getenv("XDG_CONFIG_HOME");
-    const char* home = std::getenv("HOME");
-    const std::filesystem::path base = config != nullptr && *config == '/' ? std::filesystem::path(config)
-                                       : home != nullptr && *home != '\0'    ? std::filesystem::path(home) / ".config"
-                                                                             : std::filesystem::temp_directory_path();
-    return (base / "kvoeditor" / "recent-files").string();
+    return (std::filesystem::path(UserBaseDirectory("XDG_CONFIG_HOME", ".config")) / "kvoeditor" / "recent-files").string();
 }
 
 void RecentFiles::Add(const std::string& opened) {
     if (opened.find('\n') != std::string::npos) return;  // one line per path
     // A path given relative to where the editor was started means nothing later.
-    std::error_code ec;
-    const std::string path = IsFullPath(opened) ? opened : std::filesystem::absolute(opened, ec).lexically_normal().string();
-    if (ec) return;
+    const std::string path = AbsolutePath(opened);
+    if (!IsFullPath(path)) return;
     std::erase(paths_, path);
     paths_.insert(paths_.begin(), path);
     if (paths_.size() > kMaxFiles) paths_.resize(kMaxFiles);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "TestSupport.h"
 
 namespace kvo {
@@ -49,6 +51,28 @@ TEST(Paths, FullPathsAndFileNames) {
     EXPECT_EQ(FileNamePart("C:\\Shows\\Line1.pdz"), "Line1.pdz");
     EXPECT_EQ(FileNamePart("/srv/shows/a.pdx"), "a.pdx");
     EXPECT_EQ(FileNamePart("plain"), "plain");
+}
+
+// The user's folders follow the desktop's variables, but only a full path in
+// one counts: a relative one would land wherever the editor was started.
+TEST(Paths, UserFoldersAndAbsolutePaths) {
+    {
+        test::ScopedEnv state("XDG_STATE_HOME", "/var/tmp/state");
+        test::ScopedEnv home("HOME", "/home/quality");
+        EXPECT_EQ(UserBaseDirectory("XDG_STATE_HOME", ".local/state"), "/var/tmp/state");
+    }
+    {
+        test::ScopedEnv state("XDG_STATE_HOME", "state");
+        test::ScopedEnv home("HOME", "/home/quality");
+        EXPECT_EQ(UserBaseDirectory("XDG_STATE_HOME", ".local/state"), "/home/quality/.local/state");
+    }
+    {
+        test::ScopedEnv state("XDG_STATE_HOME", "");
+        test::ScopedEnv home("HOME", "");
+        EXPECT_EQ(UserBaseDirectory("XDG_STATE_HOME", ".local/state"), std::filesystem::temp_directory_path().string());
+    }
+    EXPECT_EQ(AbsolutePath("C:\\Shows\\a.pdz"), "C:\\Shows\\a.pdz");
+    EXPECT_EQ(AbsolutePath("./shows/../a.pdz"), (std::filesystem::current_path() / "a.pdz").string());
 }
 
 TEST(Paths, FileExistsOnlyForFiles) {
