@@ -84,7 +84,7 @@ void Icon::LoadFromFile(BlockParser& parser) {
             if (parser.BlockType() != "VALUE")
                 throw Error(ErrorNumber::LoadStructure, LoadResString(Str::IconLoadTitle),
                             FormatResString(Str::LoadUnexpectedBlock,
-                                            {"BLOCK", parser.CurrentLine(), "VALUE", parser.BlockType()}));
+                                            {"BLOCK", parser.CurrentLine(), "VALUE", Excerpt(parser.BlockType())}));
             values_.AddFromFile(parser);
             continue;
         }
@@ -109,7 +109,7 @@ void Icon::LoadFromFile(BlockParser& parser) {
         else if (key == "FONTCOLOR") fontColor_ = ToLong(text);
         else if (key == "NAMECOLOR") nameColor_ = ToLong(text);
         else
-            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon", key, parser.CurrentLine()}),
+            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon", Excerpt(key), parser.CurrentLine()}),
                                     LoadResString(Str::IconLoadTitle), MessageKind::Information);
     }
 }

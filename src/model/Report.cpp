@@ -30,7 +30,7 @@ auto Converted(const BlockParser& parser, const char* block, int32_t message, Co
     try {
         return convert(parser.Value());
     } catch (const Error&) {
-        throw Problem(message, {block, parser.Key(), parser.CurrentLine(), parser.Value()});
+        throw Problem(message, {block, Excerpt(parser.Key()), parser.CurrentLine(), Excerpt(parser.Value())});
     }
 }
 
@@ -49,9 +49,9 @@ bool Boolean(const BlockParser& parser, const char* block) {
 [[noreturn]] void Unexpected(const BlockParser& parser, int16_t token, const char* block, const char* keys, const char* blocks) {
     switch (token) {
         case BlockParser::TokenKeyValue:
-            throw Problem(Str::ReportUnknownKey, {block, parser.Key(), parser.CurrentLine(), keys});
+            throw Problem(Str::ReportUnknownKey, {block, Excerpt(parser.Key()), parser.CurrentLine(), keys});
         case BlockParser::TokenStartBlock:
-            throw Problem(Str::LoadUnexpectedBlock, {"BLOCK", parser.CurrentLine(), blocks, parser.BlockType()});
+            throw Problem(Str::LoadUnexpectedBlock, {"BLOCK", parser.CurrentLine(), blocks, Excerpt(parser.BlockType())});
         default:
             throw Problem(Str::LoadEndsInsideBlock, {block, parser.CurrentLine()});
     }

@@ -12,6 +12,7 @@
 #include "services/Paths.h"
 #include "services/Prompt.h"
 #include "services/StringIds.h"
+#include "services/Text.h"
 
 namespace kvo {
 
@@ -46,7 +47,7 @@ void Slide::LoadFromFile(BlockParser& parser) {
             if (parser.BlockType() != "ICON")
                 throw Error(ErrorNumber::LoadStructure, LoadResString(Str::SlideLoadTitle),
                             FormatResString(Str::LoadUnexpectedBlock,
-                                            {"BLOCK", parser.CurrentLine(), "ICON", parser.BlockType()}));
+                                            {"BLOCK", parser.CurrentLine(), "ICON", Excerpt(parser.BlockType())}));
             icons_.AddFromFile(parser);
             continue;
         }
@@ -63,7 +64,7 @@ void Slide::LoadFromFile(BlockParser& parser) {
         else if (key == "KEY") continue;  // written by an older layout; means nothing now
         else if (key == "HELPTOPIC") helpTopic_ = ToInteger(text);
         else
-            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Slide", key, parser.CurrentLine()}),
+            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Slide", Excerpt(key), parser.CurrentLine()}),
                                     LoadResString(Str::SlideLoadTitle), MessageKind::Information);
     }
 }

@@ -85,7 +85,7 @@ void SlideShow::ReadText(BlockParser& parser) {
         throw Error(ErrorNumber::LoadStructure, title, FormatResString(Str::LoadNoBlock, {parser.CurrentLine()}));
     if (parser.BlockType() != "SLIDESHOW")
         throw Error(ErrorNumber::LoadStructure, title,
-                    FormatResString(Str::LoadUnexpectedBlock, {"BLOCK", parser.CurrentLine(), "SLIDESHOW", parser.BlockType()}));
+                    FormatResString(Str::LoadUnexpectedBlock, {"BLOCK", parser.CurrentLine(), "SLIDESHOW", Excerpt(parser.BlockType())}));
     for (;;) {
         const int16_t token = parser.GetToken();
         if (token == BlockParser::TokenEndBlock) break;
@@ -113,7 +113,7 @@ void SlideShow::HandleKey(const std::string& key, const std::string& value, int3
     else if (key == "HELPFILE") helpFile_ = value;
     else if (key == "HELPTOPIC") helpTopic_ = ToInteger(value);
     else
-        CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"SlideShow", key, line}),
+        CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"SlideShow", Excerpt(key), line}),
                                 LoadResString(Str::SlideShowLoadTitle), MessageKind::Information);
 }
 

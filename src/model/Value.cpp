@@ -11,6 +11,7 @@
 #include "services/Language.h"
 #include "services/Prompt.h"
 #include "services/StringIds.h"
+#include "services/Text.h"
 
 namespace kvo {
 
@@ -81,7 +82,7 @@ void Value::LoadFromFile(BlockParser& parser) {
         else if (key == "TOLERANCE") tolerance_ = ToInteger(text);
         else if (key == "ISLIMIT") isLimit_ = ToBoolean(text);
         else
-            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon Value", key, parser.CurrentLine()}),
+            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon Value", Excerpt(key), parser.CurrentLine()}),
                                     LoadResString(Str::ValueLoadTitle), MessageKind::Information);
     }
 }

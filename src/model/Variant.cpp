@@ -120,7 +120,7 @@ Variant Variant::Decode(std::string_view text) {
     if (EqualsNoCase(word, "BOOLEAN")) return Variant(kvo::ToBoolean(number));
     if (EqualsNoCase(word, "BYTE")) return Variant(kvo::ToByte(number));
     throw Error(ErrorNumber::TypeMismatch, "Variant",
-                "Type mismatch: \"" + std::string(text) + "\" is no value (expected EMPTY, NULL or a kind such as DOUBLE|0.5)");
+                "Type mismatch: \"" + Excerpt(text) + "\" is no value (expected EMPTY, NULL or a kind such as DOUBLE|0.5)");
 }
 
 }  // namespace kvo

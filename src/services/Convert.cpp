@@ -17,11 +17,11 @@ constexpr const char* kSource = "Convert";
 
 [[noreturn]] void TypeMismatch(std::string_view text, const char* target) {
     throw Error(ErrorNumber::TypeMismatch, kSource,
-                "Type mismatch: \"" + std::string(text) + "\" is not " + target);
+                "Type mismatch: \"" + Excerpt(text) + "\" is not " + target);
 }
 
 [[noreturn]] void Overflow(std::string_view what, const char* target) {
-    throw Error(ErrorNumber::Overflow, kSource, "Overflow: " + std::string(what) + " does not fit " + target);
+    throw Error(ErrorNumber::Overflow, kSource, "Overflow: " + Excerpt(what) + " does not fit " + target);
 }
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }

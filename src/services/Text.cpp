@@ -50,6 +50,16 @@ std::string_view CutUtf8(std::string_view text, std::size_t maxBytes) {
     return text.substr(0, end);
 }
 
+std::string Excerpt(std::string_view text) {
+    constexpr std::size_t kCharacters = 200;
+    std::size_t characters = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if ((static_cast<unsigned char>(text[i]) & 0xC0) == 0x80) continue;
+        if (++characters > kCharacters) return std::string(text.substr(0, i)) + "...";
+    }
+    return std::string(text);
+}
+
 }  // namespace kvo
 
 namespace kvo {

@@ -22,6 +22,10 @@ std::string_view TrimRight(std::string_view text);
 // Cuts UTF-8 text to at most maxBytes without splitting a character.
 std::string_view CutUtf8(std::string_view text, std::size_t maxBytes);
 
+// Text from a file as a message quotes it: at most 200 characters, and "..."
+// where it was cut. A message box with a whole megabyte line never opens.
+std::string Excerpt(std::string_view text);
+
 }  // namespace kvo
 
 namespace kvo {
