@@ -5,11 +5,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <climits>
 #include <cstring>
 #include <filesystem>
 #include <vector>
 
 #include "Error.h"
+#include "Text.h"
 
 namespace kvo {
 
@@ -17,16 +20,41 @@ namespace {
 
 constexpr const char* kSource = "AtomicFile";
 
-// Replacing a symbolic link would cut it; write to what it points at instead.
-std::string ResolveLinks(const std::string& target) {
-    std::filesystem::path path(target);
-    std::error_code ec;
-    for (int hops = 0; hops < 40 && std::filesystem::is_symlink(path, ec); ++hops) {
-        const auto next = std::filesystem::read_symlink(path, ec);
-        if (ec) break;
-        path = next.is_absolute() ? next : path.parent_path() / next;
+constexpr std::string_view kTemporaryMark = ".tmp-";
+constexpr std::size_t kRandomPart = 6;  // mkstemp's XXXXXX
+
+// Ours: ".<name>.tmp-XXXXXX", a regular file.
+bool IsOurTemporaryName(const std::string& name) {
+    if (name.size() < 1 + kTemporaryMark.size() + kRandomPart || name.front() != '.') return false;
+    const std::size_t mark = name.size() - kRandomPart - kTemporaryMark.size();
+    if (name.compare(mark, kTemporaryMark.size(), kTemporaryMark) != 0) return false;
+    for (std::size_t i = name.size() - kRandomPart; i < name.size(); ++i) {
+        const char c = name[i];
+        if (!((c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'))) return false;
     }
-    return path.string();
+    return true;
+}
+
+// A save that was killed leaves its temporary file behind; a day later nobody
+// is still writing it.
+void RemoveStaleTemporaries(const std::filesystem::path& folder) {
+    std::error_code ec;
+    const auto dayAgo = std::filesystem::file_time_type::clock::now() - std::chrono::hours(24);
+    std::filesystem::directory_iterator it(folder.empty() ? "." : folder, ec);
+    for (; !ec && it != std::filesystem::directory_iterator(); it.increment(ec)) {
+        std::error_code entryError;
+        if (!IsOurTemporaryName(it->path().filename().string()) || !it->is_regular_file(entryError)) continue;
+        const auto written = it->last_write_time(entryError);
+        if (!entryError && written < dayAgo) std::filesystem::remove(it->path(), entryError);
+    }
+}
+
+// The temporary name must itself be a legal name: a long file name gives up
+// the end of its copy in the temporary name.
+std::string TemporaryPattern(const std::filesystem::path& target) {
+    const std::size_t room = NAME_MAX - 1 - kTemporaryMark.size() - kRandomPart;
+    const std::string name(CutUtf8(target.filename().string(), room));
+    return (target.parent_path() / ("." + name + std::string(kTemporaryMark) + std::string(kRandomPart, 'X'))).string();
 }
 
 mode_t NewFileMode() {
@@ -45,18 +73,34 @@ bool SyncPath(const std::string& path, int flags) {
 
 }  // namespace
 
+// Replacing a symbolic link would cut it; write to what it points at instead.
+std::string ResolveLinks(const std::string& target) {
+    std::filesystem::path path(target);
+    std::error_code ec;
+    for (int hops = 0; hops < 40 && std::filesystem::is_symlink(path, ec); ++hops) {
+        const auto next = std::filesystem::read_symlink(path, ec);
+        if (ec) break;
+        path = next.is_absolute() ? next : path.parent_path() / next;
+    }
+    return path.string();
+}
+
 AtomicFile::AtomicFile(const std::string& target) : target_(ResolveLinks(target)) {
     const std::filesystem::path path(target_);
-    std::string pattern = (path.parent_path() / ("." + path.filename().string() + ".tmp-XXXXXX")).string();
+    struct stat existing {};
+    const bool exists = lstat(target_.c_str(), &existing) == 0;
+    if (exists && !S_ISREG(existing.st_mode)) Fail("it is not an ordinary file", 0);
+    if (exists && access(target_.c_str(), W_OK) != 0) Fail("it is read-only", errno);
+    RemoveStaleTemporaries(path.parent_path());
+    std::string pattern = TemporaryPattern(path);
     std::vector<char> name(pattern.begin(), pattern.end());
     name.push_back('\0');
     const int fd = mkstemp(name.data());
     if (fd < 0) Fail("cannot create a temporary file beside it", errno);
     temporary_ = name.data();
-    // Keep the permissions of the file being replaced; a new file gets the usual ones.
-    struct stat existing {};
-    const mode_t mode = stat(target_.c_str(), &existing) == 0 ? (existing.st_mode & 07777) : NewFileMode();
-    fchmod(fd, mode);
+    // Keep the permissions of the file being replaced (set at the commit, so a
+    // read-only file can still be written here); a new file gets the usual ones.
+    mode_ = exists ? (existing.st_mode & 07777) : NewFileMode();
     close(fd);
 }
 
@@ -83,6 +127,7 @@ void AtomicFile::Commit() {
         if (!written || stream_.fail()) Fail("writing failed (is the disk full?)", errno);
     }
     if (!SyncPath(temporary_, O_RDONLY)) Fail("cannot flush it to disk", errno);
+    chmod(temporary_.c_str(), mode_);
     if (rename(temporary_.c_str(), target_.c_str()) != 0) Fail("cannot replace it", errno);
     committed_ = true;
     SyncPath(std::filesystem::path(target_).parent_path().string(), O_RDONLY | O_DIRECTORY);
@@ -92,6 +137,13 @@ void AtomicFile::Fail(const std::string& what, int errorNumber) {
     std::string description = "Cannot write \"" + target_ + "\": " + what;
     if (errorNumber != 0) description += " (" + std::string(std::strerror(errorNumber)) + ")";
     throw Error(ErrorNumber::FileAccess, kSource, description);
+}
+
+void AtomicFile::NameTheTarget(const Error& error) const {
+    std::string description = error.Description();
+    for (auto at = description.find(temporary_); at != std::string::npos; at = description.find(temporary_, at + target_.size()))
+        description.replace(at, temporary_.size(), target_);
+    throw Error(error.Number(), error.Source(), description);
 }
 
 void WriteFileAtomically(const std::string& target, std::string_view bytes) {

@@ -1,17 +1,26 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <fstream>
 #include <string>
 #include <string_view>
 
 namespace kvo {
 
+class Error;
+
+// The file a path names, following symbolic links.
+std::string ResolveLinks(const std::string& target);
+
 // Writes a file by writing a temporary file beside it and renaming that over the
 // target only once everything is on disk: a failed write leaves the old file intact.
 // Every save of the program goes through here.
 class AtomicFile {
 public:
-    // Creates the temporary file; raises error 75 naming the target on failure.
+    // Creates the temporary file; raises error 75 naming the target on failure,
+    // and when the target is read-only or not an ordinary file. Removes our own
+    // temporary files older than a day from the folder first.
     explicit AtomicFile(const std::string& target);
     // Discards the temporary file unless Commit succeeded.
     ~AtomicFile();
@@ -28,6 +37,8 @@ public:
     // Flushes, syncs and renames over the target; raises error 75 on failure.
     // Whatever was written to TemporaryPath() by any means is what lands.
     void Commit();
+    // Raises error again with the target named where it named the temporary file.
+    [[noreturn]] void NameTheTarget(const Error& error) const;
 
 private:
     [[noreturn]] void Fail(const std::string& what, int errorNumber);
@@ -35,6 +46,7 @@ private:
     std::string target_;
     std::string temporary_;
     std::ofstream stream_;
+    mode_t mode_ = 0;
     bool committed_ = false;
 };
 

@@ -86,7 +86,9 @@ void SettingsStore::Modify(const std::function<void(RegistryTree&)>& change) con
     std::error_code ec;
     if (!directory.empty()) std::filesystem::create_directories(directory, ec);
     if (ec) throw SettingsFileError(path_, 0, "cannot create the folder " + directory.string() + ": " + ec.message());
-    LockFile lock(path_);
+    // Writers that name the store through a link and by its real path must meet
+    // at one lock, beside the file that is really replaced.
+    LockFile lock(ResolveLinks(path_));
     RegistryTree tree = Read();
     change(tree);
     try {

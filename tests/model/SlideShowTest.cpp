@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <filesystem>
 
 #include "ModelTestSupport.h"
@@ -89,6 +90,16 @@ TEST_F(SlideShowTest, KeysInAnyCaseAndUnknownKeysReportedOnce) {
     ASSERT_EQ(prompt.shown.size(), 1u);
     EXPECT_EQ(prompt.shown[0].text, FormatResString(Str::LoadUnknownKey, {"SlideShow", "AUTHOR", 4}));
     EXPECT_EQ(prompt.shown[0].title, LoadResString(Str::SlideShowLoadTitle));
+
+    // A megabyte line is quoted, not shown whole: a message box of it never opens.
+    const std::string huge(1 << 20, 'A');
+    prompt.shown.clear();
+    Load("BLOCK SlideShow\n" + huge + "=1\nEND\n");
+    ASSERT_EQ(prompt.shown.size(), 1u);
+    EXPECT_LT(prompt.shown[0].text.size(), 400u);
+    EXPECT_NE(prompt.shown[0].text.find(std::string(200, 'A') + "..."), std::string::npos);
+    test::WriteFile(path_, "BLOCK SlideShow\nHELPTOPIC=" + huge + "\nEND\n");
+    EXPECT_LT(RaisedBy([&] { SlideShow().LoadFromFile(path_); }).Description().size(), 400u);
 }
 
 TEST_F(SlideShowTest, StructuralErrorsNameTheFileAndLine) {
@@ -372,6 +383,29 @@ TEST_F(SlideShowTest, FailedSaveLeavesThePreviousFileIntact) {
     EXPECT_EQ(RaisedBy([&] { overlong.SaveToBinary(dir_.File("show.pdx")); }).Number(), 6);
     EXPECT_EQ(test::ReadFile(dir_.File("show.pdx")), oldBinary);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir_.Path()), {}), 2);  // no temporary left
+}
+
+TEST_F(SlideShowTest, AnyLegalNameSavesAndTemporariesOfKilledSavesGoAfterADay) {
+    // The temporary name of a 250-byte name would be longer than any name may be.
+    const std::string longName = dir_.File(std::string(246, 'n') + ".pdz");
+    SlideShow show;
+    show.SetName("long");
+    show.SaveToFile(longName);
+    SlideShow reread;
+    reread.LoadFromFile(longName);
+    EXPECT_EQ(reread.Name(), "long");
+
+    const std::string stale = dir_.File(".show.pdz.tmp-AbC123");
+    const std::string fresh = dir_.File(".show.pdz.tmp-XyZ789");
+    const std::string someoneElses = dir_.File(".notes.tmp-old");
+    for (const auto& path : {stale, fresh, someoneElses}) test::WriteFile(path, "left behind");
+    const auto twoDaysAgo = std::filesystem::file_time_type::clock::now() - std::chrono::hours(48);
+    std::filesystem::last_write_time(stale, twoDaysAgo);
+    std::filesystem::last_write_time(someoneElses, twoDaysAgo);
+    show.SaveToFile(path_);
+    EXPECT_FALSE(std::filesystem::exists(stale));
+    EXPECT_TRUE(std::filesystem::exists(fresh));  // a save that may still be going on
+    EXPECT_TRUE(std::filesystem::exists(someoneElses));
 }
 
 // Killed while saving over and over: the file is always one whole save or the other.
