@@ -7,8 +7,10 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <ostream>
 #include <limits>
 
+#include "services/AtomicFile.h"
 #include "services/Convert.h"
 #include "services/Error.h"
 #include "services/Language.h"
@@ -145,14 +147,8 @@ int32_t ExportFile::SkipFile(const std::string& name) {
     return static_cast<int32_t>(size);
 }
 
-void ExportFile::ReadFile(const std::string& path) {
+void ExportFile::ReadFileInto(std::ostream& out, const std::string& path) {
     const uint64_t size = ReadFileLength(path);
-    std::error_code ec;
-    std::filesystem::remove(path, ec);
-    const auto folder = std::filesystem::path(path).parent_path();
-    if (!folder.empty()) std::filesystem::create_directories(folder, ec);
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    if (!out) CannotWrite(path, std::strerror(errno));
     std::array<char, kChunkSize> chunk{};
     for (uint64_t remaining = size; remaining > 0;) {
         const std::size_t count = remaining > kChunkSize ? kChunkSize : static_cast<std::size_t>(remaining);
@@ -161,8 +157,17 @@ void ExportFile::ReadFile(const std::string& path) {
         if (!out) CannotWrite(path, "writing failed (is the disk full?)");
         remaining -= count;
     }
-    out.close();
+    out.flush();
     if (!out) CannotWrite(path, "writing failed (is the disk full?)");
+}
+
+void ExportFile::ReadFile(const std::string& path) {
+    const auto folder = std::filesystem::path(path).parent_path();
+    std::error_code ec;
+    if (!folder.empty()) std::filesystem::create_directories(folder, ec);
+    AtomicFile file(path);
+    ReadFileInto(file.Stream(), path);
+    file.Commit();
 }
 
 }  // namespace kvo

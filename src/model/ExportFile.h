@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 #include <string_view>
 
@@ -39,9 +40,12 @@ public:
     // Error 1004 unless open for reading.
     int32_t ReadLong();
     std::string ReadString();
-    // Replaces any file at path with the next file of the package, creating its
-    // folder; a file that cannot be written is reported with its path.
+    // Replaces the file at path with the next file of the package once it is
+    // complete, creating its folder; a file that cannot be written is reported
+    // with its path.
     void ReadFile(const std::string& path);
+    // The next file of the package onto out; path names it in errors.
+    void ReadFileInto(std::ostream& out, const std::string& path);
     // Steps over the next file of the package, named in errors; returns its length.
     int32_t SkipFile(const std::string& name = "the next file");
     // Where reading stands, and back to such a place.

@@ -5,6 +5,11 @@
 #include "ExportFile.h"
 #include "SlideShow.h"
 #include "services/AtomicFile.h"
+#include "services/Error.h"
+#include "services/Language.h"
+#include "services/Paths.h"
+#include "services/Prompt.h"
+#include "services/StringIds.h"
 #include "services/Text.h"
 
 namespace kvo {
@@ -22,33 +27,70 @@ void ExportSlideShow(const std::string& showPath, const std::string& packagePath
     show.BuildFileList(files);
 
     AtomicFile atomic(packagePath);
-    {
+    try {
         ExportFile package;
         // The package records the show's full path, however it was named here.
         package.OpenForWrite(atomic.TemporaryPath(), std::filesystem::absolute(showPath).lexically_normal().string(),
                              comment);
         package.WriteFile(showPath);
         files.Export(package);
+        package.FileClose();
+        atomic.Commit();
+    } catch (const Error& error) {
+        atomic.NameTheTarget(error);
     }
-    atomic.Commit();
 }
 
-FileDataCollection ImportSlideShow(const std::string& packagePath, const std::string& targetPath) {
+namespace {
+
+// The files an import would write outside the folder the show goes to: the
+// user sees them all before anything is written.
+std::vector<std::string> OutsideFolder(const std::vector<std::string>& recordedPaths, const std::string& targetPath) {
+    const auto folder = std::filesystem::absolute(targetPath).lexically_normal().parent_path();
+    std::vector<std::string> outside;
+    for (const auto& recorded : recordedPaths) {
+        const auto relative = std::filesystem::path(recorded).lexically_normal().parent_path().lexically_relative(folder);
+        if (relative.empty() || *relative.begin() == "..") outside.push_back(recorded);
+    }
+    return outside;
+}
+
+}  // namespace
+
+std::optional<FileDataCollection> ImportSlideShow(const std::string& packagePath, const std::string& targetPath) {
     ExportFile package;
     package.OpenForRead(packagePath);
     // Every entry is checked before anything at all is written.
     const uint64_t start = package.Position();
     package.SkipFile();
-    FileDataCollection::CheckEntries(package);
+    const std::vector<std::string> outside = OutsideFolder(FileDataCollection::CheckEntries(package), targetPath);
+    if (!outside.empty() &&
+        !CurrentPrompt().ConfirmFiles(FormatResString(Str::ImportOutsideAsk, {FileNamePart(targetPath), outside.size()}),
+                                      LoadResString(Str::ImportOutsideTitle), outside))
+        return std::nullopt;
     package.Rewind(start);
-    package.ReadFile(targetPath);
+
+    // The package's show is read from a file of its own before anything of the
+    // user's is touched: a damaged one costs the import, never the old show.
+    StagedFiles staged;
     SlideShow show;
-    show.LoadFromFile(targetPath);
+    AtomicFile& unpacked = staged.Add(targetPath);
+    package.ReadFileInto(unpacked.Stream(), targetPath);
+    try {
+        show.LoadFromFile(unpacked.TemporaryPath());
+    } catch (const Error& error) {
+        throw Error(error.Number(), error.Source(),
+                    FormatResString(Str::ImportShowUnreadable, {packagePath, Excerpt(error.Description())}));
+    }
+    staged.Discard(unpacked);
     FileDataCollection files;
-    files.Import(package);
+    files.Import(package, staged);
     show.UpdateFileList(files);
-    if (show.Binary()) show.SaveToBinary(targetPath);
-    else show.SaveToFile(targetPath);
+    // Added last, so put in place last: a show never names a picture that is not there yet.
+    AtomicFile& rewritten = staged.Add(targetPath);
+    if (show.Binary()) show.WriteBinary(rewritten.Stream(), targetPath);
+    else show.WriteText(rewritten.Stream());
+    staged.Commit();
     show.Terminate();
     return files;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,9 +20,11 @@ std::string DefaultPackagePath(const std::string& showPath);
 void ExportSlideShow(const std::string& showPath, const std::string& packagePath, const std::string& comment);
 
 // Unpacks the show to targetPath and its files to their recorded paths (asking
-// through the prompt before replacing one), points the show at where they
-// landed and saves it again in its format. Returns where each file went.
-FileDataCollection ImportSlideShow(const std::string& packagePath, const std::string& targetPath);
+// through the prompt before replacing one, and once before writing outside the
+// show's folder), points the show at where they landed and saves it again in
+// its format. Nothing is replaced unless every file is complete and the show
+// loads. Returns where each file went; nothing when the user declined.
+std::optional<FileDataCollection> ImportSlideShow(const std::string& packagePath, const std::string& targetPath);
 
 struct PackageEntry {
     std::string path;

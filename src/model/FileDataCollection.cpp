@@ -1,9 +1,13 @@
 #include "FileDataCollection.h"
 
+#include <sys/stat.h>
+
 #include <filesystem>
+#include <unordered_set>
 #include <utility>
 
 #include "ExportFile.h"
+#include "services/AtomicFile.h"
 #include "services/Error.h"
 #include "services/Language.h"
 #include "services/Paths.h"
@@ -21,10 +25,13 @@ std::string CopyName(const std::string& folder, char separator, const std::strin
 
 }  // namespace
 
+std::string FileDataCollection::Key(std::string_view path) {
+    return !path.empty() && path.front() == '/' ? std::string(path) : ToUpper(path);
+}
+
 const FileData* FileDataCollection::Find(std::string_view path) const {
-    for (const auto& file : files_)
-        if (EqualsNoCase(file.RecordedPath(), path)) return &file;
-    return nullptr;
+    const auto it = index_.find(Key(path));
+    return it == index_.end() ? nullptr : &files_[it->second];
 }
 
 FileData* FileDataCollection::Find(std::string_view path) {
@@ -32,7 +39,7 @@ FileData* FileDataCollection::Find(std::string_view path) {
 }
 
 void FileDataCollection::Add(const std::string& path) {
-    if (Find(path) != nullptr) return;
+    if (!index_.emplace(Key(path), files_.size()).second) return;
     FileData file;
     file.SetRecordedPath(path);
     files_.push_back(std::move(file));
@@ -88,7 +95,55 @@ std::string LinkOnTheWay(const std::string& path) {
     return {};
 }
 
+// Anything at all at the path, a dangling link included.
+bool SomethingAt(const std::string& path) {
+    struct stat info {};
+    return lstat(path.c_str(), &info) == 0;
+}
+
+bool OrdinaryFileAt(const std::string& path) {
+    struct stat info {};
+    return lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
 }  // namespace
+
+StagedFiles::StagedFiles() = default;
+
+StagedFiles::~StagedFiles() {
+    files_.clear();  // each takes its temporary file with it
+    if (committed_) return;
+    std::error_code ec;
+    for (auto it = madeFolders_.rbegin(); it != madeFolders_.rend(); ++it) std::filesystem::remove(*it, ec);
+}
+
+AtomicFile& StagedFiles::Add(const std::string& target) {
+    // Each missing folder on the way is remembered, outermost first.
+    std::vector<std::string> missing;
+    for (auto folder = std::filesystem::path(target).parent_path(); !folder.empty() && !SomethingAt(folder.string());
+         folder = folder.parent_path()) {
+        missing.insert(missing.begin(), folder.string());
+        if (folder == folder.parent_path()) break;
+    }
+    for (const auto& folder : missing) {
+        std::error_code ec;
+        if (!std::filesystem::create_directory(folder, ec) || ec)
+            throw Error(ErrorNumber::FileAccess, "Export.Read",
+                        "Cannot create the folder \"" + folder + "\": " + (ec ? ec.message() : std::string("it exists")));
+        madeFolders_.push_back(folder);
+    }
+    files_.push_back(std::make_unique<AtomicFile>(target));
+    return *files_.back();
+}
+
+void StagedFiles::Discard(const AtomicFile& file) {
+    std::erase_if(files_, [&](const auto& staged) { return staged.get() == &file; });
+}
+
+void StagedFiles::Commit() {
+    for (const auto& file : files_) file->Commit();
+    committed_ = true;
+}
 
 void FileDataCollection::CheckRecordedPath(const std::string& path) {
     for (char c : path)
@@ -100,21 +155,31 @@ void FileDataCollection::CheckRecordedPath(const std::string& path) {
         Refuse(path, FormatResString(Str::PackageEntryLink, {link}));
 }
 
-void FileDataCollection::CheckEntries(ExportFile& package) {
+std::vector<std::string> FileDataCollection::CheckEntries(ExportFile& package) {
+    std::vector<std::string> recordedPaths;
     const int32_t count = package.ReadLong();
     for (int32_t i = 0; i < count; ++i) {
-        const std::string recorded = package.ReadString();
+        std::string recorded = package.ReadString();
         CheckRecordedPath(recorded);
         package.SkipFile(recorded);
+        recordedPaths.push_back(std::move(recorded));
     }
+    return recordedPaths;
 }
 
-void FileDataCollection::Import(ExportFile& package) {
+void FileDataCollection::Import(ExportFile& package, StagedFiles& staged) {
     // The list keeps one entry at most from before, as it always has; the
     // editor imports into a new list.
-    if (files_.size() > 1) files_.erase(files_.begin(), files_.end() - 1);
+    if (files_.size() > 1) {
+        files_.erase(files_.begin(), files_.end() - 1);
+        index_ = {{Key(files_.front().RecordedPath()), 0}};
+    }
     bool askAgain = true;
     bool overwrite = false;
+    // Nothing is in place before the end, so a file an earlier entry will
+    // write counts as existing.
+    std::unordered_set<std::string> planned;
+    const auto taken = [&](const std::string& path) { return planned.count(path) > 0 || SomethingAt(path); };
     const int32_t count = package.ReadLong();
     for (int32_t i = 0; i < count; ++i) {
         const std::string recorded = package.ReadString();
@@ -123,7 +188,7 @@ void FileDataCollection::Import(ExportFile& package) {
         const std::string folder = slash == std::string::npos ? std::string() : recorded.substr(0, slash);
         const char separator = slash == std::string::npos ? '/' : recorded[slash];
         std::string target = recorded;
-        if (FileExists(target)) {
+        if (taken(target)) {
             if (askAgain) {
                 switch (CurrentPrompt().AskOverwrite(target)) {
                     case OverwriteAnswer::Yes: overwrite = true; askAgain = true; break;
@@ -136,12 +201,15 @@ void FileDataCollection::Import(ExportFile& package) {
                 const std::string fileName = recorded.substr(slash == std::string::npos ? 0 : slash + 1);
                 for (int n = 1; n <= kMaxCopies; ++n) {
                     target = CopyName(folder, separator, fileName, n);
-                    if (!FileExists(target)) break;
+                    if (!taken(target)) break;
                 }
             }
         }
         if (target != recorded) CheckRecordedPath(target);  // a "Copy(n) of" name may be a link too
-        package.ReadFile(target);
+        if (SomethingAt(target) && !OrdinaryFileAt(target))
+            throw Error(ErrorNumber::FileAccess, "Export.Read", FormatResString(Str::ImportNotOrdinaryFile, {Printable(target)}));
+        package.ReadFileInto(staged.Add(target).Stream(), target);
+        planned.insert(target);
         Add(recorded);
         Find(recorded)->SetNewPath(target);
     }

@@ -47,6 +47,8 @@ public:
     }
     // Whether an existing file may be replaced by the one being imported.
     virtual OverwriteAnswer AskOverwrite(const std::string&) { return OverwriteAnswer::No; }
+    // Yes or No to a question about a list of files, each of which is shown.
+    virtual bool ConfirmFiles(const std::string&, const std::string&, const std::vector<std::string>&) { return false; }
     // A line of text, preset with defaultText; empty when the user cancels.
     virtual std::optional<std::string> AskText(const std::string&, const std::string&, const std::string&) {
         return std::nullopt;

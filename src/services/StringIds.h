@@ -261,7 +261,11 @@ namespace kvo::Str {
     X(PreviewClose, 31654)               \
     X(PreviewNoSlides, 31655)            \
     X(PreviewTitle, 31656)               \
-    X(PreviewStatus, 31657)
+    X(PreviewStatus, 31657)              \
+    X(ImportOutsideAsk, 31900)           \
+    X(ImportOutsideTitle, 31901)         \
+    X(ImportShowUnreadable, 31902)       \
+    X(ImportNotOrdinaryFile, 31903)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

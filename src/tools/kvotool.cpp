@@ -74,8 +74,19 @@ public:
         }
     }
 
+    // Files outside the show's folder are written only when allowed up front.
+    bool ConfirmFiles(const std::string& text, const std::string&, const std::vector<std::string>& files) override {
+        if (!allowFiles) {
+            std::cerr << "kvotool: " << text << '\n';
+            for (const auto& path : files) std::cerr << "  " << path << '\n';
+            std::cerr << "kvotool: nothing imported; use --allow-outside (or --yes-all) to write these files\n";
+        }
+        return allowFiles;
+    }
+
     std::string file;
     std::optional<kvo::OverwriteAnswer> fixedAnswer;
+    bool allowFiles = false;
     int messages = 0;
 };
 
@@ -277,6 +288,7 @@ int Import(const Args& given) {
     Args args = given;
     const bool yesAll = TakeFlag(args, "--yes-all");
     const bool noAll = TakeFlag(args, "--no-all");
+    Prompts().allowFiles = TakeFlag(args, "--allow-outside") || yesAll;
     RequireCount(args, 2);
     if (yesAll && noAll) throw UsageError{};
     if (yesAll) Prompts().fixedAnswer = kvo::OverwriteAnswer::YesToAll;
@@ -286,7 +298,9 @@ int Import(const Args& given) {
         return 1;
     }
     Prompts().file = args[0];
-    const kvo::FileDataCollection files = kvo::ImportSlideShow(args[0], args[1]);
+    const std::optional<kvo::FileDataCollection> imported = kvo::ImportSlideShow(args[0], args[1]);
+    if (!imported) return 1;
+    const kvo::FileDataCollection& files = *imported;
     std::cout << "Imported " << args[1] << '\n';
     for (int32_t i = 1; i <= files.Count(); ++i) {
         const kvo::FileData& file = files.Item(i);
@@ -398,7 +412,8 @@ const std::map<std::string, Command>& Commands() {
         {"evaluate", {"evaluate SHOW REPORT [-o OUT]", "the show's cells as the report fills them, their states and the worst; -o writes the evaluated show", Evaluate}},
         {"average", {"average SHOW REPORT... [-o OUT]", "the mean of each deviation cell over the reports, as one sample set; -o writes the averaged show", Average}},
         {"export", {"export SHOW [PACKAGE] [--comment TEXT]", "pack the show and its pictures (default PACKAGE: SHOW with .exp)", Export}},
-        {"import", {"import PACKAGE TARGET [--yes-all | --no-all]", "unpack a package; asks before replacing a file", Import}},
+        {"import", {"import PACKAGE TARGET [--yes-all | --no-all] [--allow-outside]",
+                    "unpack a package; asks before replacing a file, and writes outside TARGET's folder only when allowed", Import}},
         {"package-info", {"package-info PACKAGE", "the header of a package and the files in it", PackageInfo}},
         {"render", {"render SHOW -o OUT.png [--slide N] [--size WxH]", "draw one slide as the editor shows it (default: slide 1, 800x600)", Render}},
         {"string", {"string [--lang LCID] ID [ARG...]", "a text of the string tables, with its arguments filled in", String}},

@@ -971,7 +971,7 @@ void FormMain::FileImport() {
     dialog.exec();
     if (!dialog.Accepted()) return;
     try {
-        ImportSlideShow(dialog.PackagePath(), dialog.TargetPath());
+        if (!ImportSlideShow(dialog.PackagePath(), dialog.TargetPath())) return;  // the user declined
     } catch (const Error& error) {
         ShowError(error, dialog.PackagePath());
         return;

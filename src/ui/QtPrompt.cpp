@@ -65,6 +65,21 @@ Answer QtPrompt::Ask(const std::string& text, const std::string& title, bool wit
     return withCancel ? Answer::Cancel : Answer::No;
 }
 
+bool QtPrompt::ConfirmFiles(const std::string& text, const std::string& title, const std::vector<std::string>& files) {
+    constexpr std::size_t kShown = 10;  // the rest behind the details button, so the box fits the screen
+    QStringList all;
+    for (const auto& file : files) all << QString::fromStdString(file);
+    QMessageBox box(QMessageBox::Question, Q(title), Q(text), QMessageBox::NoButton, parent_);
+    box.setInformativeText(all.mid(0, kShown).join('\n') + (files.size() > kShown ? QStringLiteral("\n...") : QString()));
+    if (files.size() > kShown) box.setDetailedText(all.join('\n'));
+    QPushButton* yes = box.addButton(Q(LoadResString(Str::ButtonYes)), QMessageBox::YesRole);
+    QPushButton* no = box.addButton(Q(LoadResString(Str::ButtonNo)), QMessageBox::NoRole);
+    box.setDefaultButton(no);
+    box.setEscapeButton(no);
+    box.exec();
+    return box.clickedButton() == yes;
+}
+
 OverwriteAnswer QtPrompt::AskOverwrite(const std::string& existingPath) {
     FormOverwrite dialog(existingPath, parent_);
     dialog.exec();

@@ -16,6 +16,7 @@ public:
     void Message(const std::string& text, const std::string& title, MessageKind kind) override;
     Answer Ask(const std::string& text, const std::string& title, bool withCancel) override;
     OverwriteAnswer AskOverwrite(const std::string& existingPath) override;
+    bool ConfirmFiles(const std::string& text, const std::string& title, const std::vector<std::string>& files) override;
     std::optional<std::string> AskText(const std::string& prompt, const std::string& title,
                                        const std::string& defaultText) override;
     std::optional<std::string> ChooseOpenFile(const FileChoice& choice) override;

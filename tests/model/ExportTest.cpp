@@ -2,7 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
+#include <map>
+#include <random>
 #include <vector>
 
 #include "ModelTestSupport.h"
@@ -139,7 +148,7 @@ TEST_F(ExportTest, ExportAndImportMoveAShowWithItsPictures) {
     std::filesystem::remove_all(dir_.File("pictures"));
     test::RecordingPrompt prompt;
     const std::string target = dir_.File("station2/Line1.pdz");
-    const FileDataCollection landed = ImportSlideShow(package_, target);
+    const FileDataCollection landed = ImportSlideShow(package_, target).value();
     EXPECT_TRUE(prompt.asked.empty());
     EXPECT_EQ(test::ReadFile(Picture("front.bmp")), std::string(16385, 'F'));
     EXPECT_EQ(landed.FindNewFileName(Picture("top.bmp")), Picture("top.bmp"));
@@ -157,7 +166,7 @@ TEST_F(ExportTest, ExistingFilesAreKeptOrReplacedAsTheUserAnswers) {
     test::RecordingPrompt prompt;
     prompt.answers = {OverwriteAnswer::No, OverwriteAnswer::Yes};
     const std::string target = dir_.File("station2/Line1.pdz");
-    const FileDataCollection landed = ImportSlideShow(package_, target);
+    const FileDataCollection landed = ImportSlideShow(package_, target).value();
     EXPECT_EQ(prompt.asked, std::vector<std::string>({Picture("front.bmp"), Picture("top.bmp")}));
     EXPECT_EQ(test::ReadFile(Picture("front.bmp")), "mine");
     EXPECT_EQ(test::ReadFile(Picture("Copy(1) of front.bmp")), std::string(16385, 'F'));
@@ -251,8 +260,195 @@ TEST_F(ExportTest, EntriesThatWouldWriteElsewhereAreRefusedBeforeAnythingIsWritt
     EXPECT_TRUE(std::filesystem::is_empty(dir_.File("elsewhere")));
     // The same layout with ordinary paths imports.
     std::filesystem::remove(good);
+    test::RecordingPrompt prompt;
     ImportSlideShow(package_, dir_.File("station2/Line1.pdz"));
     EXPECT_EQ(test::ReadFile(good), "x");
+}
+
+// Every file and folder below root with its bytes ("/" for a folder): what an
+// import that fails must leave exactly as it was.
+std::map<std::string, std::string> Tree(const std::string& root) {
+    std::map<std::string, std::string> tree;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+        const std::string path = entry.path().string();
+        tree[path] = entry.is_regular_file() ? test::ReadFile(path) : entry.is_directory() ? "/" : "(other)";
+    }
+    return tree;
+}
+
+TEST_F(ExportTest, AFailedImportLeavesEveryExistingFileAsItWas) {
+    const std::string show = MakeShow();
+    ExportSlideShow(show, package_, "");
+    const std::string good = test::ReadFile(package_);
+    const std::string showBytes = test::ReadFile(show);
+    const std::size_t showStart = good.find(showBytes);
+    ASSERT_NE(showStart, std::string::npos);
+    std::string randomShow = good.substr(0, showStart - 4) + Long(5000);
+    std::mt19937 random(7);
+    for (int i = 0; i < 5000; ++i) randomShow += static_cast<char>(random() % 256);
+    randomShow += good.substr(showStart + showBytes.size());
+    const struct {
+        const char* what;
+        std::string bytes;
+    } packages[] = {
+        {"a show of random bytes", randomShow},
+        {"cut inside the show", good.substr(0, showStart + showBytes.size() / 2)},
+        {"cut inside the last picture", good.substr(0, good.size() - 100)},
+    };
+    // The user's show in the target's place, and the user's own pictures.
+    const std::string target = dir_.File("pictures/Line1.pdz");
+    test::WriteFile(target, "the user's show");
+    test::WriteFile(Picture("front.bmp"), "the user's front");
+    const auto before = Tree(dir_.File("pictures"));
+    for (const auto& p : packages) {
+        SCOPED_TRACE(p.what);
+        test::WriteFile(package_, p.bytes);
+        test::RecordingPrompt prompt;
+        prompt.answers = {OverwriteAnswer::YesToAll};
+        const Error error = RaisedBy([&] { ImportSlideShow(package_, target); });
+        EXPECT_NE(error.Number(), 0);
+        if (&p == &packages[0]) {  // the package is named, not the user's show
+            EXPECT_EQ(error.Description().rfind(FormatResString(Str::ImportShowUnreadable, {package_, ""}), 0), 0u)
+                << error.Description();
+        }
+        EXPECT_EQ(Tree(dir_.File("pictures")), before);
+    }
+    // A picture that cannot be written (here: a folder stands where it goes).
+    test::WriteFile(package_, good);
+    std::filesystem::remove(Picture("top.bmp"));
+    std::filesystem::create_directory(Picture("top.bmp"));
+    const auto withFolder = Tree(dir_.File("pictures"));
+    test::RecordingPrompt prompt;
+    prompt.answers = {OverwriteAnswer::YesToAll};
+    const Error error = RaisedBy([&] { ImportSlideShow(package_, target); });
+    EXPECT_EQ(error.Description(), FormatResString(Str::ImportNotOrdinaryFile, {Picture("top.bmp")}));
+    EXPECT_EQ(Tree(dir_.File("pictures")), withFolder);
+    // A disk that fills up while the pictures are written.
+    std::filesystem::remove(Picture("top.bmp"));
+    const auto beforeFull = Tree(dir_.File("pictures"));
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{10000, 10000};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        test::RecordingPrompt childPrompt;
+        childPrompt.answers = {OverwriteAnswer::YesToAll};
+        try {
+            ImportSlideShow(package_, target);
+        } catch (const Error& e) {
+            _exit(e.Description().find(Picture("front.bmp")) != std::string::npos ? 3 : 4);
+        }
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(WEXITSTATUS(status), 3);
+    EXPECT_TRUE(Tree(dir_.File("pictures")) == beforeFull);
+}
+
+TEST_F(ExportTest, AnImportKilledAnywhereLeavesTheOldFilesOrTheCompleteNewOnes) {
+    // Pictures large enough that an import takes a while to kill.
+    test::WriteFile(Picture("front.bmp"), std::string(3 << 20, 'F'));
+    test::WriteFile(Picture("top.bmp"), std::string(2 << 20, 'T'));
+    SlideShow source;
+    source.Slides().Add().SetPictureFile(Picture("front.bmp"));
+    source.Slides().Add().SetPictureFile(Picture("top.bmp"));
+    source.SaveToFile(dir_.File("Line1.pdz"));
+    ExportSlideShow(dir_.File("Line1.pdz"), package_, "");
+    const std::string target = dir_.File("pictures/Line1.pdz");
+    test::RecordingPrompt prompt;
+    prompt.answers = {OverwriteAnswer::YesToAll};
+    ImportSlideShow(package_, target);
+    const auto complete = Tree(dir_.File("pictures"));
+    const std::map<std::string, std::string> old = {
+        {target, "old show"}, {Picture("front.bmp"), "old front"}, {Picture("top.bmp"), "old top"}};
+
+    const char* runsGiven = std::getenv("KVO_KILL_RUNS");
+    const int runs = runsGiven != nullptr ? std::atoi(runsGiven) : 30;
+    std::mt19937 random(11);
+    int mixed = 0;
+    for (int run = 0; run < runs; ++run) {
+        for (const auto& [path, bytes] : old) test::WriteFile(path, bytes);
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            test::RecordingPrompt childPrompt;
+            childPrompt.answers = {OverwriteAnswer::YesToAll};
+            ImportSlideShow(package_, target);
+            _exit(0);
+        }
+        usleep(static_cast<useconds_t>(random() % 40000));
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        for (const auto& [path, bytes] : old) {
+            const std::string now = test::ReadFile(path);
+            if (now != bytes && now != complete.at(path)) ++mixed;
+        }
+        for (const auto& entry : std::filesystem::directory_iterator(dir_.File("pictures")))
+            if (entry.path().filename().string().front() == '.') std::filesystem::remove(entry.path());  // a killed import's
+    }
+    EXPECT_EQ(mixed, 0) << "of " << runs << " killed imports";
+}
+
+TEST_F(ExportTest, WhatIsNoOrdinaryFileIsNeverReplacedAndCaseMakesTwoFiles) {
+    // Two pictures whose names differ only in case are two files here.
+    test::WriteFile(Picture("Front.bmp"), "upper");
+    test::WriteFile(Picture("front.bmp"), "lower");
+    SlideShow source;
+    source.Slides().Add().SetPictureFile(Picture("Front.bmp"));
+    source.Slides().Add().SetPictureFile(Picture("front.bmp"));
+    source.SaveToFile(dir_.File("Line1.pdz"));
+    ExportSlideShow(dir_.File("Line1.pdz"), package_, "");
+    EXPECT_EQ(ReadPackageInfo(package_).files.size(), 2u);
+    std::filesystem::remove_all(dir_.File("pictures"));
+    test::RecordingPrompt prompt;
+    const std::string target = dir_.File("station2/Line1.pdz");
+    ImportSlideShow(package_, target);
+    EXPECT_EQ(test::ReadFile(Picture("Front.bmp")), "upper");
+    EXPECT_EQ(test::ReadFile(Picture("front.bmp")), "lower");
+    SlideShow imported;
+    imported.LoadFromFile(target);
+    EXPECT_EQ(imported.Slides().Item(1).PictureFile(), Picture("Front.bmp"));
+    EXPECT_EQ(imported.Slides().Item(2).PictureFile(), Picture("front.bmp"));
+
+    // A pipe and an empty folder where the pictures go: asked about, kept on
+    // No to All, and never replaced on Yes.
+    std::filesystem::remove(Picture("Front.bmp"));
+    std::filesystem::remove(Picture("front.bmp"));
+    ASSERT_EQ(mkfifo(Picture("Front.bmp").c_str(), 0600), 0);
+    std::filesystem::create_directory(Picture("front.bmp"));
+    std::filesystem::remove(target);
+    prompt.answers = {OverwriteAnswer::NoToAll};
+    ImportSlideShow(package_, target);
+    EXPECT_EQ(prompt.asked, std::vector<std::string>({Picture("Front.bmp")}));
+    EXPECT_TRUE(std::filesystem::is_fifo(Picture("Front.bmp")));
+    EXPECT_TRUE(std::filesystem::is_empty(Picture("front.bmp")));
+    EXPECT_EQ(test::ReadFile(Picture("Copy(1) of Front.bmp")), "upper");
+    EXPECT_EQ(test::ReadFile(Picture("Copy(1) of front.bmp")), "lower");
+    prompt.answers = {OverwriteAnswer::Yes};
+    EXPECT_EQ(RaisedBy([&] { ImportSlideShow(package_, target); }).Description(),
+              FormatResString(Str::ImportNotOrdinaryFile, {Picture("Front.bmp")}));
+    EXPECT_TRUE(std::filesystem::is_fifo(Picture("Front.bmp")));
+}
+
+TEST_F(ExportTest, FilesOutsideTheShowsFolderAreListedAndWrittenOnlyWhenAllowed) {
+    const std::string show = MakeShow();
+    ExportSlideShow(show, package_, "");
+    std::filesystem::remove_all(dir_.File("pictures"));
+    test::RecordingPrompt prompt;
+    prompt.allowFiles = false;
+    EXPECT_FALSE(ImportSlideShow(package_, dir_.File("station2/Line1.pdz")).has_value());
+    ASSERT_EQ(prompt.confirmed.size(), 1u);
+    EXPECT_EQ(prompt.confirmed[0].files, std::vector<std::string>({Picture("front.bmp"), Picture("top.bmp")}));
+    EXPECT_FALSE(std::filesystem::exists(dir_.File("station2")));
+    EXPECT_FALSE(std::filesystem::exists(dir_.File("pictures")));
+    // Into the pictures' own folder, or one above it, nothing is asked.
+    prompt.confirmed.clear();
+    ASSERT_TRUE(ImportSlideShow(package_, Picture("Line1.pdz")).has_value());
+    ASSERT_TRUE(ImportSlideShow(package_, dir_.File("Line1.pdz")).has_value());
+    EXPECT_TRUE(prompt.confirmed.empty());
+    EXPECT_EQ(test::ReadFile(Picture("top.bmp")), std::string(16384, 'T'));
 }
 
 }  // namespace

@@ -40,6 +40,11 @@ public:
         return answer;
     }
 
+    bool ConfirmFiles(const std::string& text, const std::string&, const std::vector<std::string>& files) override {
+        confirmed.push_back({text, files});
+        return allowFiles;
+    }
+
     // Answers in script order; a cancel once the script runs out.
     std::optional<std::string> AskText(const std::string& prompt, const std::string& title,
                                        const std::string& defaultText) override {
@@ -87,6 +92,12 @@ public:
     std::vector<std::optional<std::string>> texts;
     std::vector<std::string> asked;
     std::vector<OverwriteAnswer> answers;
+    struct FileList {
+        std::string text;
+        std::vector<std::string> files;
+    };
+    std::vector<FileList> confirmed;
+    bool allowFiles = true;  // the answer to every list of files
 
 private:
     std::optional<std::string> NextFile(const FileChoice& choice) {

@@ -97,7 +97,12 @@ TEST_F(KvotoolTest, ExportAndImportThroughTheTool) {
 
     std::filesystem::remove_all(pictures);
     const std::string target = dir_.File("station2/g.pdz");
-    ASSERT_EQ(Run("import " + package + " " + target, &out), 0) << out;
+    // The pictures go outside the show's folder: listed, and written only when allowed.
+    EXPECT_EQ(Run("import " + package + " " + target, &out), 1);
+    EXPECT_NE(out.find(JoinPath(pictures, "housing-top.bmp")), std::string::npos) << out;
+    EXPECT_FALSE(std::filesystem::exists(pictures));
+    EXPECT_FALSE(std::filesystem::exists(dir_.File("station2")));
+    ASSERT_EQ(Run("import " + package + " " + target + " --allow-outside", &out), 0) << out;
     EXPECT_TRUE(std::filesystem::exists(JoinPath(pictures, "housing-top.bmp")));
     EXPECT_EQ(Run("import " + package + " " + target, &out), 1);  // the target exists now
     EXPECT_NE(out.find("exists already"), std::string::npos) << out;
