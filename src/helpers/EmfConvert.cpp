@@ -123,6 +123,7 @@ std::string CheckRecords(const std::vector<char>& bytes, uint32_t headerSize) {
     // libemf2svg reads from the offset even when the length is nought.
     if ((descriptionLength > 0 || descriptionAt > 0) && descriptionAt + descriptionLength * 2 > headerSize)
         return "is damaged: the description in its header runs past the header";
+    long long records = 0;
     for (std::size_t at = 0; at < bytes.size();) {
         if (bytes.size() - at < 8) return Damaged("a record is cut off", at);
         const auto type = static_cast<uint32_t>(Int32At(bytes, at));
@@ -135,6 +136,7 @@ std::string CheckRecords(const std::vector<char>& bytes, uint32_t headerSize) {
                                                                  : U_emf_record_safe(bytes.data() + at) != 0;
         if (!safe) return Damaged("a record whose contents run past its end", at);
         if (type == kEndOfFile) break;
+        if (++records > kvo::PictureProtocol::kMaxEmfRecords) return kvo::PictureProtocol::TooManyRecords(kvo::PictureProtocol::kMaxEmfRecords);
         at += size;
     }
     return {};

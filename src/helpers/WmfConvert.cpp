@@ -529,7 +529,7 @@ void Track(Mapping& m, uint16_t function, const QByteArray& bytes, qsizetype par
 // become empty regions, so the object table keeps its slots), and RestoreDC,
 // after which it keeps the window and viewport of before (the mapping being
 // restored is set again by explicit records).
-QByteArray PrepareForLibwmf(const QByteArray& bytes) {
+QByteArray PrepareForLibwmf(const QByteArray& bytes, long long& records) {
     qsizetype at = U32At(bytes, 0) == 0x9AC6CDD7u ? 22 : 0;
     if (at + 18 > bytes.size()) return bytes;
     const qsizetype headerEnd = at + U16At(bytes, at + 2) * 2;
@@ -573,6 +573,7 @@ QByteArray PrepareForLibwmf(const QByteArray& bytes) {
             Track(mapping, function, bytes, record + 6, words);
         }
         record += qsizetype{words} * 2;
+        ++records;
     }
     PutU32(prepared, at + 6, static_cast<uint32_t>((prepared.size() - at) / 2));
     PutU32(prepared, at + 12, largest);
@@ -594,7 +595,9 @@ std::string ConvertWmf(const QByteArray& original, QByteArray& out) {
     // Some writers count the placeable header in as well: the whole file is the bound.
     if (headerAt + 18 > original.size() || qsizetype{U32At(original, headerAt + 6)} * 2 > original.size())
         return "is truncated: it is shorter than its header says";
-    QByteArray bytes = PrepareForLibwmf(original);
+    long long records = 0;
+    QByteArray bytes = PrepareForLibwmf(original, records);
+    if (records > PictureProtocol::kMaxWmfRecords) return PictureProtocol::TooManyRecords(PictureProtocol::kMaxWmfRecords);
 
     wmfAPI* api = nullptr;
     wmfAPI_Options options{};

@@ -1,11 +1,13 @@
 #include "PictureHelper.h"
 
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QProcess>
 #include <QtCore/QProcessEnvironment>
 #include <QtCore/QString>
 
 #include <sys/resource.h>
 
+#include "helpers/PictureProtocol.h"
 #include "services/Error.h"
 #include "services/Paths.h"
 
@@ -52,18 +54,34 @@ QByteArray RunPictureHelper(const std::string& helperName, const std::string& fi
     });
     process.start(QString::fromStdString(helper), {QString::fromLocal8Bit(fileName.c_str())});
     if (!process.waitForStarted()) Fail(fileName, "cannot be read: " + helperName + " did not start");
-    if (!process.waitForFinished(kTimeLimitMs)) {
+    // Taken as it comes, so that an answer past the limit is refused before
+    // the editor holds it whole.
+    QElapsedTimer clock;
+    clock.start();
+    QByteArray out;
+    const auto giveUp = [&](const std::string& why) {
         process.kill();
         process.waitForFinished();
-        Fail(fileName, "took too long to read and was given up (is it damaged?)");
+        Fail(fileName, why);
+    };
+    while (process.state() != QProcess::NotRunning) {
+        const qint64 left = kTimeLimitMs - clock.elapsed();
+        if (left <= 0) giveUp("took too long to read and was given up (is it damaged?)");
+        if (!process.waitForReadyRead(static_cast<int>(left)) && process.state() != QProcess::NotRunning &&
+            clock.elapsed() >= kTimeLimitMs)
+            giveUp("took too long to read and was given up (is it damaged?)");
+        out += process.readAllStandardOutput();
+        if (out.size() > PictureProtocol::kMaxOutputBytes) giveUp("cannot be drawn: it is too large to be drawn here");
     }
+    out += process.readAllStandardOutput();
+    if (out.size() > PictureProtocol::kMaxOutputBytes) Fail(fileName, "cannot be drawn: it is too large to be drawn here");
     if (process.exitStatus() != QProcess::NormalExit)
         Fail(fileName, "made the picture reader fail (it is damaged or not a picture)");
     if (process.exitCode() != 0) {
         const QString reason = QString::fromLocal8Bit(process.readAllStandardError()).trimmed();
         Fail(fileName, reason.isEmpty() ? std::string("cannot be read") : reason.toStdString());
     }
-    return process.readAllStandardOutput();
+    return out;
 }
 
 }  // namespace kvo

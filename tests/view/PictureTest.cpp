@@ -84,5 +84,30 @@ TEST_F(PictureTest, AFileThatIsNotWhatItsNameSaysFails) {
     EXPECT_NE(output.find("is not a Windows metafile"), std::string::npos) << output;
 }
 
+void PutU32(std::string& bytes, std::size_t at, uint32_t value) {
+    for (int i = 0; i < 4; ++i) bytes[at + static_cast<std::size_t>(i)] = static_cast<char>((value >> (8 * i)) & 0xFF);
+}
+
+// A picture of more records than the editor draws costs an error, not gigabytes.
+TEST_F(PictureTest, PicturesOfTooManyRecordsAreRefused) {
+    std::string emf = test::ReadFile((kCorpus / "emf" / "pillow-drawing.emf").string());
+    std::string moves;
+    for (int i = 0; i <= 100'000; ++i) moves += std::string("\x1B\0\0\0\x10\0\0\0\0\0\0\0\0\0\0\0", 16);  // MoveToEx 0,0
+    emf.insert(emf.size() - 20, moves);  // before the end-of-file record
+    PutU32(emf, 48, static_cast<uint32_t>(emf.size()));
+    std::string wmf = test::ReadFile((kCorpus / "wmf" / "pillow-drawing.wmf").string());
+    std::string wmfMoves;
+    for (int i = 0; i <= 250'000; ++i) wmfMoves += std::string("\5\0\0\0\x14\2\0\0\0\0", 10);  // MoveTo 0,0
+    wmf.insert(wmf.size() - 6, wmfMoves);
+    PutU32(wmf, 22 + 6, static_cast<uint32_t>((wmf.size() - 22) / 2));
+    for (const auto& [name, bytes] : {std::pair{"many.emf", emf}, std::pair{"many.wmf", wmf}}) {
+        const std::string file = dir_.File(name);
+        test::WriteFile(file, bytes);
+        std::string output;
+        EXPECT_EQ(Render(file, &output), 1) << output;
+        EXPECT_NE(output.find("more drawing records"), std::string::npos) << output;
+    }
+}
+
 }  // namespace
 }  // namespace kvo
