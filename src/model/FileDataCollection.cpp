@@ -141,7 +141,9 @@ void StagedFiles::Discard(const AtomicFile& file) {
 }
 
 void StagedFiles::Commit() {
-    for (const auto& file : files_) file->Commit();
+    std::vector<AtomicFile*> files;
+    for (const auto& file : files_) files.push_back(file.get());
+    if (!files.empty()) AtomicFile::CommitAll(files);
     committed_ = true;
 }
 
@@ -208,7 +210,9 @@ void FileDataCollection::Import(ExportFile& package, StagedFiles& staged) {
         if (target != recorded) CheckRecordedPath(target);  // a "Copy(n) of" name may be a link too
         if (SomethingAt(target) && !OrdinaryFileAt(target))
             throw Error(ErrorNumber::FileAccess, "Export.Read", FormatResString(Str::ImportNotOrdinaryFile, {Printable(target)}));
-        package.ReadFileInto(staged.Add(target).Stream(), target);
+        AtomicFile& file = staged.Add(target);
+        package.ReadFileInto(file.Stream(), target);
+        file.Close();
         planned.insert(target);
         Add(recorded);
         Find(recorded)->SetNewPath(target);

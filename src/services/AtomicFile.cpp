@@ -9,6 +9,8 @@
 #include <climits>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
+#include <set>
 #include <vector>
 
 #include "Error.h"
@@ -36,8 +38,15 @@ bool IsOurTemporaryName(const std::string& name) {
 }
 
 // A save that was killed leaves its temporary file behind; a day later nobody
-// is still writing it.
+// is still writing it. Once per folder and process: an import writes
+// thousands of files into one folder.
 void RemoveStaleTemporaries(const std::filesystem::path& folder) {
+    static std::mutex mutex;
+    static std::set<std::string> swept;
+    {
+        const std::lock_guard lock(mutex);
+        if (!swept.insert(folder.string()).second) return;
+    }
     std::error_code ec;
     const auto dayAgo = std::filesystem::file_time_type::clock::now() - std::chrono::hours(24);
     std::filesystem::directory_iterator it(folder.empty() ? "." : folder, ec);
@@ -119,18 +128,59 @@ AtomicFile::~AtomicFile() {
     }
 }
 
-void AtomicFile::Commit() {
-    if (stream_.is_open()) {
-        stream_.flush();
-        const bool written = static_cast<bool>(stream_);
-        stream_.close();
-        if (!written || stream_.fail()) Fail("writing failed (is the disk full?)", errno);
-    }
-    if (!SyncPath(temporary_, O_RDONLY)) Fail("cannot flush it to disk", errno);
+void AtomicFile::Close() {
+    if (!stream_.is_open()) return;
+    stream_.flush();
+    const bool written = static_cast<bool>(stream_);
+    stream_.close();
+    if (!written || stream_.fail()) Fail("writing failed (is the disk full?)", errno);
+}
+
+void AtomicFile::Replace() {
     chmod(temporary_.c_str(), mode_);
     if (rename(temporary_.c_str(), target_.c_str()) != 0) Fail("cannot replace it", errno);
     committed_ = true;
+}
+
+void AtomicFile::Commit() {
+    Close();
+    if (!SyncPath(temporary_, O_RDONLY)) Fail("cannot flush it to disk", errno);
+    Replace();
     SyncPath(std::filesystem::path(target_).parent_path().string(), O_RDONLY | O_DIRECTORY);
+}
+
+namespace {
+
+// Everything written to the file systems that hold these paths is on disk
+// once this returns: one call per file system instead of one per file.
+bool SyncFileSystems(const std::vector<std::string>& paths) {
+    std::set<dev_t> synced;
+    bool ok = true;
+    for (const auto& path : paths) {
+        struct stat info {};
+        if (stat(path.c_str(), &info) != 0 || !synced.insert(info.st_dev).second) continue;
+        const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        ok = fd >= 0 && syncfs(fd) == 0 && ok;
+        if (fd >= 0) close(fd);
+    }
+    return ok;
+}
+
+}  // namespace
+
+void AtomicFile::CommitAll(const std::vector<AtomicFile*>& files) {
+    std::vector<std::string> temporaries;
+    for (AtomicFile* file : files) {
+        file->Close();
+        temporaries.push_back(file->temporary_);
+    }
+    if (!SyncFileSystems(temporaries)) files.front()->Fail("cannot flush it to disk", errno);
+    std::vector<std::string> targets;
+    for (AtomicFile* file : files) {
+        file->Replace();
+        targets.push_back(file->target_);
+    }
+    SyncFileSystems(targets);
 }
 
 void AtomicFile::Fail(const std::string& what, int errorNumber) {

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kvo {
 
@@ -37,10 +38,16 @@ public:
     // Flushes, syncs and renames over the target; raises error 75 on failure.
     // Whatever was written to TemporaryPath() by any means is what lands.
     void Commit();
+    // Closes the temporary file once everything is written, so that many can
+    // wait for their commit without holding a descriptor each.
+    void Close();
+    // Commits files together, with two flushes to disk in all instead of two each.
+    static void CommitAll(const std::vector<AtomicFile*>& files);
     // Raises error again with the target named where it named the temporary file.
     [[noreturn]] void NameTheTarget(const Error& error) const;
 
 private:
+    void Replace();
     [[noreturn]] void Fail(const std::string& what, int errorNumber);
 
     std::string target_;

@@ -395,14 +395,16 @@ TEST_F(SlideShowTest, AnyLegalNameSavesAndTemporariesOfKilledSavesGoAfterADay) {
     reread.LoadFromFile(longName);
     EXPECT_EQ(reread.Name(), "long");
 
-    const std::string stale = dir_.File(".show.pdz.tmp-AbC123");
-    const std::string fresh = dir_.File(".show.pdz.tmp-XyZ789");
-    const std::string someoneElses = dir_.File(".notes.tmp-old");
+    // In a folder this process has not written to yet.
+    std::filesystem::create_directory(dir_.File("shows"));
+    const std::string stale = dir_.File("shows/.show.pdz.tmp-AbC123");
+    const std::string fresh = dir_.File("shows/.show.pdz.tmp-XyZ789");
+    const std::string someoneElses = dir_.File("shows/.notes.tmp-old");
     for (const auto& path : {stale, fresh, someoneElses}) test::WriteFile(path, "left behind");
     const auto twoDaysAgo = std::filesystem::file_time_type::clock::now() - std::chrono::hours(48);
     std::filesystem::last_write_time(stale, twoDaysAgo);
     std::filesystem::last_write_time(someoneElses, twoDaysAgo);
-    show.SaveToFile(path_);
+    show.SaveToFile(dir_.File("shows/show.pdz"));
     EXPECT_FALSE(std::filesystem::exists(stale));
     EXPECT_TRUE(std::filesystem::exists(fresh));  // a save that may still be going on
     EXPECT_TRUE(std::filesystem::exists(someoneElses));
