@@ -45,8 +45,10 @@ namespace {
 
 // The files an import would write outside the folder the show goes to: the
 // user sees them all before anything is written.
+std::filesystem::path FolderOf(const std::string& path) { return std::filesystem::absolute(path).lexically_normal().parent_path(); }
+
 std::vector<std::string> OutsideFolder(const std::vector<std::string>& recordedPaths, const std::string& targetPath) {
-    const auto folder = std::filesystem::absolute(targetPath).lexically_normal().parent_path();
+    const auto folder = FolderOf(targetPath);
     std::vector<std::string> outside;
     for (const auto& recorded : recordedPaths) {
         const auto relative = std::filesystem::path(recorded).lexically_normal().parent_path().lexically_relative(folder);
@@ -65,7 +67,7 @@ std::optional<FileDataCollection> ImportSlideShow(const std::string& packagePath
     package.SkipFile();
     const std::vector<std::string> outside = OutsideFolder(FileDataCollection::CheckEntries(package), targetPath);
     if (!outside.empty() &&
-        !CurrentPrompt().ConfirmFiles(FormatResString(Str::ImportOutsideAsk, {FileNamePart(targetPath), outside.size()}),
+        !CurrentPrompt().ConfirmFiles(FormatResString(Str::ImportOutsideAsk, {FolderOf(targetPath).string(), outside.size()}),
                                       LoadResString(Str::ImportOutsideTitle), outside))
         return std::nullopt;
     package.Rewind(start);
