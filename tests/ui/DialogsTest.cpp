@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <QtTest/QTest>
+#include <QtWidgets/QColorDialog>
+#include <QtWidgets/QFontDialog>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
@@ -19,6 +21,7 @@
 #include "ui/FormImport.h"
 #include "ui/FormOverwrite.h"
 #include "ui/FormProperties.h"
+#include "ui/QtPrompt.h"
 
 namespace kvo {
 namespace {
@@ -134,6 +137,41 @@ TEST_F(DialogsTest, PropertiesCountAndRefuseAMissingHelpFile) {
     EXPECT_EQ(show.Name(), "Renamed");
     EXPECT_EQ(show.HelpTopic(), 12);
     EXPECT_EQ(show.HelpFile(), "");
+}
+
+TEST_F(DialogsTest, ChoosersOpenOnTheValueAndOkAloneChangesNothing) {
+    QWidget owner;
+    QtPrompt qt(&owner);
+    const auto accept = [](QWidget& dialog) { static_cast<QDialog&>(dialog).accept(); };
+    // A font this machine does not have, as icons from other stations name them.
+    const FontChoice courier{"Courier New", 10, true, false, 0x0000FF};
+    test::WhenDialogOpens(accept);
+    const auto same = qt.ChooseFont(courier);
+    ASSERT_TRUE(same);
+    EXPECT_EQ(same->name, "Courier New");
+    EXPECT_EQ(same->size, 10);
+    EXPECT_TRUE(same->bold);
+    test::WhenDialogOpens([](QWidget& dialog) {
+        auto& fonts = static_cast<QFontDialog&>(dialog);
+        QFont larger = fonts.currentFont();
+        larger.setPointSize(14);
+        fonts.setCurrentFont(larger);
+        fonts.accept();
+    });
+    const auto larger = qt.ChooseFont(courier);
+    ASSERT_TRUE(larger);
+    EXPECT_EQ(larger->size, 14);
+    EXPECT_EQ(larger->name, "Courier New");
+    EXPECT_TRUE(larger->bold);
+
+    const int32_t windowColor = static_cast<int32_t>(0x80000005);  // a system colour
+    test::WhenDialogOpens(accept);
+    EXPECT_EQ(qt.ChooseColor(windowColor), windowColor);
+    test::WhenDialogOpens([](QWidget& dialog) {
+        static_cast<QColorDialog&>(dialog).setCurrentColor(QColor(0x11, 0x22, 0x33));
+        static_cast<QColorDialog&>(dialog).accept();
+    });
+    EXPECT_EQ(qt.ChooseColor(windowColor), 0x332211);
 }
 
 TEST_F(DialogsTest, HelpOpensAtTheTopic) {
