@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <QtGui/QClipboard>
+#include <QtGui/QInputMethodEvent>
 #include <QtGui/QMouseEvent>
 #include <QtTest/QTest>
 #include <QtWidgets/QComboBox>
@@ -205,6 +207,44 @@ TEST_F(IconEditingTest, PropertiesFilterKeysAndEnableByTheRules) {
     big.SetSequenceNumber(40000);
     FormIconProperties bigDialog(big);
     EXPECT_EQ(bigDialog.findChild<QLineEdit*>("txtIconName")->text(), "32767");
+}
+
+TEST_F(IconEditingTest, PastedAndComposedNamesPassTheSameFilterAsKeys) {
+    Icon icon;
+    icon.SetFeatureName("BORE1");
+    FormIconProperties dialog(icon);
+    auto* name = dialog.findChild<QLineEdit*>("txtIconName");
+    auto* ok = dialog.findChild<QPushButton*>("cmdOK");
+    const auto paste = [name](const char* text) {
+        QGuiApplication::clipboard()->setText(text);
+        name->paste();
+    };
+    const auto compose = [name](const char* text) {
+        QInputMethodEvent event;
+        event.setCommitString(text);
+        QApplication::sendEvent(name, &event);
+    };
+    name->clear();
+    paste("f1 x");
+    EXPECT_EQ(name->text(), "");
+    paste("f1");
+    EXPECT_EQ(name->text(), "F1");
+    EXPECT_FALSE(ok->isEnabled());
+    compose("0;");
+    EXPECT_EQ(name->text(), "F1");
+    compose("0");
+    EXPECT_EQ(name->text(), "F10");
+    EXPECT_TRUE(ok->isEnabled());
+    name->setText("f2");  // as an icon from an old file may hold it
+    EXPECT_FALSE(ok->isEnabled());
+
+    dialog.findChild<QRadioButton*>("optSeqNum")->setChecked(true);
+    name->setText("12");
+    paste("3a");
+    EXPECT_EQ(name->text(), "12");
+    paste("345");
+    paste("6");
+    EXPECT_EQ(name->text(), "12345");
 }
 
 TEST_F(IconEditingTest, PropertiesWriteThroughTheIconOnlyOnOk) {
