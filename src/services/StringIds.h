@@ -261,7 +261,8 @@ namespace kvo::Str {
     X(PreviewClose, 31654)               \
     X(PreviewNoSlides, 31655)            \
     X(PreviewTitle, 31656)               \
-    X(PreviewStatus, 31657)
+    X(PreviewStatus, 31657)              \
+    X(ReplaceFile, 31702)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

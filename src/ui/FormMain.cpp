@@ -884,8 +884,8 @@ void FormMain::FileSave() {
 
 void FormMain::FileSaveAs() {
     if (!document_) return;
-    const auto name = CurrentPrompt().ChooseSaveFile({S(Str::SaveAsTitle), S(Str::TextFilter), slideDirectory_, fileName_});
-    if (!name || name->empty() || !Write(*name, false)) return;
+    const auto name = ChooseSaveTarget({S(Str::SaveAsTitle), S(Str::TextFilter), slideDirectory_, fileName_}, ".pdz");
+    if (!name || !Write(*name, false)) return;
     recovery_.Remove(fileName_);
     fileName_ = *name;
     RememberDocument(*name);
@@ -895,12 +895,25 @@ void FormMain::FileSaveAs() {
 
 void FormMain::FileSaveBinary() {
     if (!document_) return;
-    const auto name = CurrentPrompt().ChooseSaveFile({S(Str::SaveAsTitle), S(Str::BinaryFilter), slideDirectory_, fileName_});
-    if (!name || name->empty() || !Write(*name, true)) return;
+    const auto name = ChooseSaveTarget({S(Str::SaveAsTitle), S(Str::BinaryFilter), slideDirectory_, fileName_}, ".pdx");
+    if (!name || !Write(*name, true)) return;
     recovery_.Remove(fileName_);
     fileName_ = *name;
     UpdateCaption();
     SetSaved();
+}
+
+std::optional<std::string> FormMain::ChooseSaveTarget(const FileChoice& choice, const std::string& extension) {
+    const auto name = CurrentPrompt().ChooseSaveFile(choice);
+    if (!name || name->empty()) return std::nullopt;
+    std::string file = AddExtension(*name, extension);
+    if (!ConfirmReplace(file)) return std::nullopt;
+    return file;
+}
+
+bool FormMain::ConfirmReplace(const std::string& file) {
+    return !FileExists(file) ||
+           CurrentPrompt().Ask(FormatResString(Str::ReplaceFile, {file}), S(Str::ConfirmTitle), false) == Answer::Yes;
 }
 
 void FormMain::ClearWindow() {
@@ -1074,6 +1087,7 @@ void FormMain::FileCapture() {
     const auto name = CurrentPrompt().ChooseSaveFile({S(Str::CaptureTitle), S(Str::CaptureFilter), slideDirectory_, ""});
     if (!name || name->empty()) return;
     const std::string file = EndsWithNoCase(*name, ".png") ? *name : *name + ".png";
+    if (!ConfirmReplace(file)) return;
     if (!image.save(QString::fromStdString(file), "PNG"))
         CurrentPrompt().Message("Cannot write \"" + file + "\"", S(Str::FileErrorTitle), MessageKind::Stop);
 }

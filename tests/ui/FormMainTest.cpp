@@ -225,6 +225,42 @@ TEST_F(FormMainTest, SavingKeepsTheFormatAndAFailedSaveLosesNothing) {
     EXPECT_EQ(prompt_.shown.back().title, LoadResString(Str::FileErrorTitle));
 }
 
+TEST_F(FormMainTest, SavingUnderANameAddsTheExtensionAndAsksBeforeReplacing) {
+    auto window = Window();
+    window->OpenDocument(show_);
+    prompt_.files = {dir_.File("plain")};
+    window->FileSaveAs();
+    EXPECT_EQ(window->FileName(), dir_.File("plain.pdz"));
+    EXPECT_TRUE(fs::exists(dir_.File("plain.pdz")));
+    prompt_.files = {dir_.File("packed")};
+    window->FileSaveBinary();
+    EXPECT_EQ(window->FileName(), dir_.File("packed.pdx"));
+    EXPECT_EQ(test::ReadFile(dir_.File("packed.pdx")).substr(0, 7), "PDXFILE");
+    EXPECT_TRUE(prompt_.questions.empty());  // nothing was there to replace
+
+    test::WriteFile(dir_.File("other.pdz"), "keep me");
+    test::WriteFile(dir_.File("slide.png"), "keep me");
+    prompt_.files = {dir_.File("other.pdz"), dir_.File("other.pdz"), dir_.File("slide")};
+    prompt_.answersToAsk = {Answer::No, Answer::No, Answer::No};
+    window->FileSaveAs();
+    window->FileSaveBinary();
+    window->FileCapture();
+    ASSERT_EQ(prompt_.questions.size(), 3u);
+    EXPECT_EQ(prompt_.questions[0].text, FormatResString(Str::ReplaceFile, {dir_.File("other.pdz")}));
+    EXPECT_EQ(prompt_.questions[2].text, FormatResString(Str::ReplaceFile, {dir_.File("slide.png")}));
+    EXPECT_EQ(test::ReadFile(dir_.File("other.pdz")), "keep me");
+    EXPECT_EQ(test::ReadFile(dir_.File("slide.png")), "keep me");
+    EXPECT_EQ(window->FileName(), dir_.File("packed.pdx"));
+
+    prompt_.files = {dir_.File("other.pdz"), dir_.File("slide.png")};
+    prompt_.answersToAsk = {Answer::Yes, Answer::Yes};
+    window->FileSaveAs();
+    window->FileCapture();
+    EXPECT_EQ(window->FileName(), dir_.File("other.pdz"));
+    EXPECT_NE(test::ReadFile(dir_.File("other.pdz")), "keep me");
+    EXPECT_EQ(test::ReadFile(dir_.File("slide.png")).substr(1, 3), "PNG");
+}
+
 TEST_F(FormMainTest, WindowLayoutHasALowerBoundAndScreenSizes) {
     auto window = Window();
     window->resize(40, 40);
