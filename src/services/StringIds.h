@@ -262,6 +262,8 @@ namespace kvo::Str {
     X(PreviewNoSlides, 31655)            \
     X(PreviewTitle, 31656)               \
     X(PreviewStatus, 31657)              \
+    X(ExportAskSave, 31700)              \
+    X(ExportNotOnDisk, 31701)            \
     X(ReplaceFile, 31702)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;

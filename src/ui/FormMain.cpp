@@ -994,8 +994,22 @@ void FormMain::FileImport() {
 
 void FormMain::FileExport() {
     if (!document_) return;
-    if (!Saved() || fileName_.empty()) FileSave();  // the package holds the show as it is on disk
-    if (!Saved() || fileName_.empty()) return;
+    if (!Saved()) {
+        switch (CurrentPrompt().Ask(S(Str::ExportAskSave), S(Str::ConfirmTitle), true)) {
+            case Answer::Yes:
+                FileSave();
+                if (!Saved()) return;
+                break;
+            case Answer::No:
+                break;  // the package holds the show as it is on disk
+            case Answer::Cancel:
+                return;
+        }
+    }
+    if (!FileExists(fileName_)) {
+        CurrentPrompt().Message(FormatResString(Str::ExportNotOnDisk, {fileName_}), S(Str::ExportTitle), MessageKind::Exclamation);
+        return;
+    }
     FormExport dialog(fileName_, this);
     dialog.exec();
     if (!dialog.Accepted()) return;

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QPointer>
 #include <QtPrintSupport/QPrinter>
+#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QMenuBar>
 #include <QtWidgets/QScrollBar>
@@ -259,6 +261,44 @@ TEST_F(FormMainTest, SavingUnderANameAddsTheExtensionAndAsksBeforeReplacing) {
     EXPECT_EQ(window->FileName(), dir_.File("other.pdz"));
     EXPECT_NE(test::ReadFile(dir_.File("other.pdz")), "keep me");
     EXPECT_EQ(test::ReadFile(dir_.File("slide.png")).substr(1, 3), "PNG");
+}
+
+TEST_F(FormMainTest, ExportAsksAboutUnsavedChangesInsteadOfSavingThem) {
+    auto window = Window();
+    window->OpenDocument(show_);
+    const std::string onDisk = test::ReadFile(show_);
+    window->Document()->SetName("changed");
+    window->SignalFileChanged();
+    const std::string package = dir_.File("out.exp");
+
+    bool opened = false;
+    QPointer<QTimer> guard = test::WhenDialogOpens([&](QWidget& dialog) {
+        opened = true;
+        test::Click(dialog, "cmdCancel");
+    });
+    prompt_.answersToAsk = {Answer::Cancel};
+    window->FileExport();
+    EXPECT_FALSE(opened);
+    delete guard;
+    ASSERT_EQ(prompt_.questions.size(), 1u);
+    EXPECT_EQ(prompt_.questions[0].text, LoadResString(Str::ExportAskSave));
+
+    // No: the package holds the file as it is on disk, and the changes stay unsaved.
+    test::WhenDialogOpens([&](QWidget& dialog) {
+        dialog.findChild<QLineEdit*>("txtFileName")->setText(QString::fromStdString(package));
+        test::Click(dialog, "cmdOK");
+    });
+    prompt_.answersToAsk = {Answer::No};
+    window->FileExport();
+    EXPECT_TRUE(fs::exists(package));
+    EXPECT_EQ(test::ReadFile(show_), onDisk);
+    EXPECT_FALSE(window->Saved());
+
+    test::WhenDialogOpens([](QWidget& dialog) { test::Click(dialog, "cmdCancel"); });
+    prompt_.answersToAsk = {Answer::Yes};
+    window->FileExport();
+    EXPECT_TRUE(window->Saved());
+    EXPECT_NE(test::ReadFile(show_), onDisk);
 }
 
 TEST_F(FormMainTest, WindowLayoutHasALowerBoundAndScreenSizes) {
