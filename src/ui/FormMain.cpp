@@ -952,6 +952,7 @@ void FormMain::FileExit() { close(); }
 void FormMain::closeEvent(QCloseEvent* event) {
     if (Saved()) {
         event->accept();
+        FormHelp::CloseWithEditor();
         return;
     }
     switch (CurrentPrompt().Ask(S(Str::AskSaveChanges), S(Str::ConfirmTitle), true)) {
@@ -963,6 +964,7 @@ void FormMain::closeEvent(QCloseEvent* event) {
         case Answer::No:
             SetSaved();  // and the recovery copy goes: the user threw the changes away
             event->accept();
+            FormHelp::CloseWithEditor();
             break;
         case Answer::Cancel:
             event->ignore();

@@ -6,6 +6,8 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QScrollBar>
+#include <QtWidgets/QTextBrowser>
 #include <QtWidgets/QTabBar>
 
 #include "UiTestSupport.h"
@@ -19,6 +21,7 @@
 #include "ui/FormExport.h"
 #include "ui/FormHelp.h"
 #include "ui/FormImport.h"
+#include "ui/FormMain.h"
 #include "ui/FormOverwrite.h"
 #include "ui/FormProperties.h"
 #include "ui/QtPrompt.h"
@@ -185,6 +188,46 @@ TEST_F(DialogsTest, HelpOpensAtTheTopic) {
     ShowHelpContents(nullptr);
     EXPECT_EQ(FormHelp::Instance().CurrentAnchor().toStdString(), "contents");
     FormHelp::Instance().close();
+}
+
+}  // namespace
+}  // namespace kvo
+
+namespace kvo {
+namespace {
+
+TEST_F(DialogsTest, HelpCanBeUsedOverADialogAndClosesWithItsKeysAndWithTheEditor) {
+    SetEditorDirectory(EditorDataDirectory());
+    ChooseHelpFile(1033, "TV");
+    FormHelp& help = FormHelp::Instance();
+    QScrollBar* bar = help.findChild<QTextBrowser*>()->verticalScrollBar();
+    int scrolledTo = -1;
+    test::WhenDialogOpens([&](QWidget& dialog) {
+        test::Click(dialog, "cmdHelp");
+        bar->setValue(0);
+        QTest::keyClick(help.windowHandle(), Qt::Key_End);  // as the window system delivers it
+        scrolledTo = bar->value();
+        test::Click(dialog, "cmdCancel");
+    });
+    FormExport dialog("/srv/a.pdz");
+    dialog.exec();
+    EXPECT_GT(scrolledTo, 0);
+
+    EXPECT_TRUE(help.isVisible());
+    QTest::keyClick(&help, Qt::Key_Escape);
+    EXPECT_FALSE(help.isVisible());
+    ShowHelpContents(nullptr);
+    QTest::keyClick(&help, Qt::Key_W, Qt::ControlModifier);
+    EXPECT_FALSE(help.isVisible());
+
+    ShowHelpContents(nullptr);
+    {
+        FormMain window;
+        window.show();
+        EXPECT_TRUE(window.close());
+    }
+    EXPECT_FALSE(help.isVisible());  // nothing is left to keep the program running
+    EXPECT_FALSE(help.testAttribute(Qt::WA_QuitOnClose));
 }
 
 }  // namespace
