@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QFileInfo>
+#include <QtCore/QLibraryInfo>
 #include <QtCore/QPointer>
+#include <QtWidgets/QDialogButtonBox>
 #include <QtPrintSupport/QPrinter>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QMenu>
@@ -20,6 +23,7 @@
 #include "services/Paths.h"
 #include "services/RegEntry.h"
 #include "services/StringIds.h"
+#include "ui/QtLanguage.h"
 #include "ui/SlideHost.h"
 #include "view/SlideView.h"
 
@@ -336,6 +340,25 @@ TEST_F(FormMainTest, MenusSpeakTheLanguageOfTheSettings) {
     EXPECT_EQ(window->menuBar()->actions()[0]->text().toStdString(), "&Datei");
     EXPECT_EQ(window->findChild<QAction*>("mnuFileSaveAs")->text().toStdString(), "Speichern &unter...");
     EXPECT_EQ(window->windowTitle().toStdString(), "KVO-Editor");
+}
+
+TEST_F(FormMainTest, WhatQtDrawsItselfSpeaksTheLanguageOfTheSettings) {
+    if (!QFileInfo::exists(QLibraryInfo::path(QLibraryInfo::TranslationsPath) + "/qtbase_de.qm"))
+        GTEST_SKIP() << "Qt's German translations are not installed (qt6-translations-l10n)";
+    struct English {
+        ~English() {
+            SetLanguage(1033);
+            ApplyLanguageToQt();
+        }
+    } restore;
+    SetLanguage(1031);
+    ApplyLanguageToQt();
+    auto window = Window();
+    EXPECT_EQ(window->findChild<QAction*>("mnuFileNew")->shortcut().toString(QKeySequence::NativeText).toStdString(), "Strg+N");
+    EXPECT_EQ(window->findChild<QAction*>("mnuSlidePrevious")->shortcut().toString(QKeySequence::NativeText).toStdString(),
+              "Bild aufwärts");
+    QDialogButtonBox buttons(QDialogButtonBox::Cancel);
+    EXPECT_EQ(buttons.button(QDialogButtonBox::Cancel)->text().toStdString(), "Abbrechen");
 }
 
 }  // namespace
