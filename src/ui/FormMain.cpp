@@ -1105,7 +1105,7 @@ void FormMain::FileCapture() {
     const std::string file = EndsWithNoCase(*name, ".png") ? *name : *name + ".png";
     if (!ConfirmReplace(file)) return;
     if (!image.save(QString::fromStdString(file), "PNG"))
-        CurrentPrompt().Message("Cannot write \"" + file + "\"", S(Str::FileErrorTitle), MessageKind::Stop);
+        CurrentPrompt().Message(FormatResString(Str::ImageNotWritten, {file}), S(Str::FileErrorTitle), MessageKind::Stop);
 }
 
 void FormMain::FileCopyImage() {

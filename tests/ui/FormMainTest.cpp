@@ -332,6 +332,10 @@ TEST_F(FormMainTest, PrintingToPdfWorksWithoutAPrinter) {
     prompt_.files = {dir_.File("slide")};
     window->FileCapture();
     EXPECT_TRUE(fs::exists(dir_.File("slide.png")));
+    prompt_.files = {dir_.File("no-such-folder/slide.png")};
+    window->FileCapture();
+    ASSERT_FALSE(prompt_.shown.empty());
+    EXPECT_EQ(prompt_.shown.back().text, FormatResString(Str::ImageNotWritten, {dir_.File("no-such-folder/slide.png")}));
 }
 
 TEST_F(FormMainTest, MenusSpeakTheLanguageOfTheSettings) {
