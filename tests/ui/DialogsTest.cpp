@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <QtCore/QRegularExpression>
 #include <QtTest/QTest>
 #include <QtWidgets/QColorDialog>
 #include <QtWidgets/QFontDialog>
@@ -24,6 +25,7 @@
 #include "ui/FormMain.h"
 #include "ui/FormOverwrite.h"
 #include "ui/FormProperties.h"
+#include "ui/QtLanguage.h"
 #include "ui/QtPrompt.h"
 
 namespace kvo {
@@ -91,6 +93,24 @@ TEST_F(DialogsTest, ImportReadsTheHeaderAndAsksBeforeReplacingTheTarget) {
     prompt_.answersToAsk = {Answer::Yes};
     ok.click();
     EXPECT_TRUE(dialog.Accepted());
+}
+
+TEST_F(DialogsTest, ThePackagesTimeIsShownInTheEditorsLanguage) {
+    struct English {
+        ~English() {
+            SetLanguage(1033);
+            ApplyLanguageToQt();
+        }
+    } restore;
+    SlideShow show;
+    show.SaveToFile(dir_.File("line.pdz"));
+    ExportSlideShow(dir_.File("line.pdz"), dir_.File("line.exp"), "");
+    SetLanguage(1031);
+    ApplyLanguageToQt();
+    FormImport dialog;
+    Child<QLineEdit>(dialog, "txtFileName").setText(QString::fromStdString(dir_.File("line.exp")));
+    const QString shown = Child<QLineEdit>(dialog, "txtDate").text();
+    EXPECT_TRUE(QRegularExpression("^\\d\\d\\.\\d\\d\\.\\d\\d \\d\\d:\\d\\d$").match(shown).hasMatch()) << shown.toStdString();
 }
 
 TEST_F(DialogsTest, OverwriteHasFourAnswers) {
