@@ -174,6 +174,7 @@ void FormMain::BuildControls() {
     hsSlide_ = new QScrollBar(Qt::Horizontal, central_);
     hsSlide_->setObjectName("hsSlide");
     hsSlide_->setRange(0, 0);
+    hsSlide_->setPageStep(1);  // a click in the track moves one slide, as the arrows do
     hsSlide_->setEnabled(false);
     connect(hsSlide_, &QScrollBar::valueChanged, this, [this](int value) {
         if (document_ && value >= 1 && value != currentSlide_) ShowSlide(value);

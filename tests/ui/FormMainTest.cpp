@@ -83,6 +83,8 @@ TEST_F(FormMainTest, OpeningShowsTheDocumentAndItsSlides) {
     EXPECT_TRUE(window->Saved());
     EXPECT_EQ(window->CurrentSlide(), 1);
     EXPECT_EQ(window->SlideScrollBar().maximum(), 3);
+    window->SlideScrollBar().triggerAction(QAbstractSlider::SliderPageStepAdd);  // a click in the track
+    EXPECT_EQ(window->CurrentSlide(), 2);
     window->SlideScrollBar().setValue(2);
     EXPECT_EQ(window->CurrentSlide(), 2);
     EXPECT_EQ(window->View().CurrentSlide(), &window->Document()->Slides().Item(2));
