@@ -147,6 +147,10 @@ TEST_F(DialogsTest, PropertiesCountAndRefuseAMissingHelpFile) {
     EXPECT_EQ(Child<QLineEdit>(dialog, "txtName").text().toStdString(), "Housing");
     EXPECT_EQ(Child<QLineEdit>(dialog, "txtHelpTopic").text().toStdString(), "0");
 
+    Child<QPushButton>(dialog, "cmdBrowse").click();
+    ASSERT_EQ(prompt_.fileDialogs.size(), 1u);
+    EXPECT_EQ(prompt_.fileDialogs[0].title, "Help file");
+
     Child<QLineEdit>(dialog, "txtName").setText("Renamed");
     Child<QLineEdit>(dialog, "txtHelpFile").setText(QString::fromStdString(dir_.File("missing.html")));
     Child<QPushButton>(dialog, "cmdOK").click();
