@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QtCore/QRegularExpression>
+#include <QtGui/QRegularExpressionValidator>
 #include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QLabel>
 
 #include <cstdint>
@@ -19,6 +22,12 @@ inline QString TitleOf(int32_t id) {
     title.replace("&&", QString(QChar(0)));
     title.remove('&');
     return title.replace(QChar(0), '&').trimmed();
+}
+
+// A field for a whole number: a stray letter is refused, typed or pasted,
+// and the number stays as it was.
+inline void AcceptWholeNumbers(QLineEdit* field) {
+    field->setValidator(new QRegularExpressionValidator(QRegularExpression("-?[0-9]*"), field));
 }
 
 // A push button that takes its caption from the string tables.

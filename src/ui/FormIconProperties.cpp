@@ -106,6 +106,7 @@ FormIconProperties::FormIconProperties(Icon& icon, QWidget* parent) : QDialog(pa
     vertical_ = CaptionedButton<QRadioButton>(leader, "optLeaderVertical", Str::IconLeaderVertical);
     bend_ = new QLineEdit(leader);
     bend_->setObjectName("txtLeaderBend");
+    AcceptWholeNumbers(bend_);
     bend_->setMaximumWidth(60);
     auto* bendLabel = new QLabel(Caption(Str::IconBendLabel), leader);
     bendLabel->setBuddy(bend_);

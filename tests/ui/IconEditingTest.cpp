@@ -286,6 +286,27 @@ TEST_F(IconEditingTest, PropertiesWriteThroughTheIconOnlyOnOk) {
     EXPECT_EQ(icon.Values().Item(1).Row(), 2);
 }
 
+TEST_F(IconEditingTest, AStrayLetterInANumberFieldIsRefusedAndTheNumberKept) {
+    Icon icon;
+    FormIconProperties properties(icon);
+    auto* bend = properties.findChild<QLineEdit*>("txtLeaderBend");
+    bend->clear();
+    QTest::keyClicks(bend, "4x");
+    EXPECT_EQ(bend->text(), "4");
+    QGuiApplication::clipboard()->setText("x");
+    bend->paste();
+    EXPECT_EQ(bend->text(), "4");
+    Value cell;
+    FormIconContents contents(cell, "Cell");
+    auto* percent = contents.findChild<QLineEdit*>("txtPercent");
+    percent->clear();
+    QTest::keyClicks(percent, "8x");
+    EXPECT_EQ(percent->text(), "8");
+    percent->clear();
+    QTest::keyClicks(percent, "-");
+    EXPECT_EQ(percent->text(), "-");  // on the way to a number
+}
+
 TEST_F(IconEditingTest, ContentsRefuseOneSidedTolerancesInTheWrongColumns) {
     const struct {
         int column;
