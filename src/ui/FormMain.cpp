@@ -336,17 +336,20 @@ bool FormMain::Saved() const { return undoStack_->isClean() && !changedOutsideUn
 
 void FormMain::MarkChanged() {
     changedOutsideUndo_ = true;
+    UpdateCaption();
     if (document_ && !recoveryTimer_->isActive()) recoveryTimer_->start();
 }
 
 void FormMain::SetSaved() {
     changedOutsideUndo_ = false;
     undoStack_->setClean();
+    UpdateCaption();
     recoveryTimer_->stop();
     if (!fileName_.empty()) recovery_.Remove(fileName_);
 }
 
 void FormMain::UndoIndexChanged() {
+    UpdateCaption();
     if (!document_) return;
     if (!Saved()) {
         if (!recoveryTimer_->isActive()) recoveryTimer_->start();
@@ -498,6 +501,7 @@ std::unique_ptr<IconSurface> FormMain::CreateIcon() { return picMain_->CreateIco
 void FormMain::UpdateCaption() {
     std::string caption = S(Str::AppTitle);
     if (!fileName_.empty()) caption += ": " + FileNamePart(fileName_);
+    if (document_ && !Saved()) caption += "*";  // the usual mark of unsaved changes
     setWindowTitle(QString::fromStdString(caption));
 }
 

@@ -5,6 +5,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QLibraryInfo>
 #include <QtCore/QPointer>
+#include <QtGui/QUndoStack>
 #include <QtWidgets/QDialogButtonBox>
 #include <QtPrintSupport/QPrinter>
 #include <QtWidgets/QLineEdit>
@@ -93,6 +94,20 @@ TEST_F(FormMainTest, OpeningShowsTheDocumentAndItsSlides) {
     // The scroll bar lies over the status bar's "scroll" panel.
     const QRect panel(window->ScrollPanel().mapTo(window->centralWidget(), QPoint(0, 0)), window->ScrollPanel().size());
     EXPECT_TRUE(panel.contains(window->SlideScrollBar().geometry().center()));
+}
+
+TEST_F(FormMainTest, TheTitleMarksUnsavedChanges) {
+    auto window = Window();
+    window->OpenDocument(show_);
+    const std::string title = LoadResString(Str::AppTitle) + ": GearHousing.pdz";
+    window->SlideAdd();
+    EXPECT_EQ(window->windowTitle().toStdString(), title + "*");
+    window->UndoStack().undo();
+    EXPECT_EQ(window->windowTitle().toStdString(), title);
+    window->SignalFileChanged();
+    EXPECT_EQ(window->windowTitle().toStdString(), title + "*");
+    window->FileSave();
+    EXPECT_EQ(window->windowTitle().toStdString(), title);
 }
 
 TEST_F(FormMainTest, AFileThatCannotBeReadLeavesTheWindowAsItWas) {
