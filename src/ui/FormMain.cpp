@@ -836,9 +836,11 @@ void FormMain::UpdateRecentMenu() {
     }
     recentActions_.clear();
     const auto& paths = recent_.Paths();
+    const auto labels = recent_.Labels();
     for (std::size_t i = 0; i < paths.size(); ++i) {
         const std::string path = paths[i];
-        auto* item = new QAction(QStringLiteral("&%1 %2").arg(i + 1).arg(QString::fromStdString(FileNamePart(path))), fileMenu_);
+        QString label = QString::fromStdString(labels[i]);
+        auto* item = new QAction(QStringLiteral("&%1 %2").arg(i + 1).arg(label.replace('&', "&&")), fileMenu_);
         item->setObjectName(QStringLiteral("mnuFileRecent%1").arg(i + 1));
         item->setStatusTip(QString::fromStdString(path));
         item->setToolTip(QString::fromStdString(path));
@@ -904,6 +906,7 @@ void FormMain::FileSaveBinary() {
     if (!name || !Write(*name, true)) return;
     recovery_.Remove(fileName_);
     fileName_ = *name;
+    RememberDocument(*name);
     UpdateCaption();
     SetSaved();
 }

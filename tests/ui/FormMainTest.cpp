@@ -259,6 +259,7 @@ TEST_F(FormMainTest, SavingUnderANameAddsTheExtensionAndAsksBeforeReplacing) {
     window->FileSaveBinary();
     EXPECT_EQ(window->FileName(), dir_.File("packed.pdx"));
     EXPECT_EQ(test::ReadFile(dir_.File("packed.pdx")).substr(0, 7), "PDXFILE");
+    EXPECT_EQ(window->findChild<QAction*>("mnuFileRecent1")->text().toStdString(), "&1 packed.pdx");
     EXPECT_TRUE(prompt_.questions.empty());  // nothing was there to replace
 
     test::WriteFile(dir_.File("other.pdz"), "keep me");
