@@ -278,7 +278,8 @@ namespace kvo::Str {
     X(PackageFileTooLarge, 31721)        \
     X(PackageFileChanged, 31722)         \
     X(PackageTruncated, 31723)           \
-    X(ImageNotWritten, 31724)
+    X(ImageNotWritten, 31724)            \
+    X(HelpTopicInvalid, 31730)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

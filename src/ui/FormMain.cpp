@@ -675,14 +675,18 @@ void FormMain::SlideTitle() {
 void FormMain::SlideHelpTopic() {
     Slide* slide = Current();
     if (slide == nullptr) return;
-    const auto answer = CurrentPrompt().AskText(S(Str::HelpTopicPrompt), S(Str::HelpTopicTitle), std::to_string(slide->HelpTopic()));
-    if (!answer || answer->empty()) return;
+    std::string text = std::to_string(slide->HelpTopic());
     int16_t topic = 0;
-    try {
-        topic = ToInteger(*answer);
-    } catch (const Error& error) {
-        CurrentPrompt().Message(error.Description(), S(Str::HelpTopicTitle), MessageKind::Exclamation);
-        return;
+    for (;;) {
+        const auto answer = CurrentPrompt().AskText(S(Str::HelpTopicPrompt), S(Str::HelpTopicTitle), text);
+        if (!answer || answer->empty()) return;
+        try {
+            topic = ToInteger(*answer);
+            break;
+        } catch (const Error&) {
+            CurrentPrompt().Message(S(Str::HelpTopicInvalid), S(Str::HelpTopicTitle), MessageKind::Exclamation);
+            text = *answer;  // asked again with what was typed, to be corrected
+        }
     }
     Edit(Step(Str::StepSlideHelpTopic, currentSlide_), currentSlide_, [slide, topic] { slide->SetHelpTopic(topic); });
 }
