@@ -12,6 +12,7 @@
 #include "services/StringIds.h"
 #include "ui/FormMain.h"
 #include "ui/SlideHost.h"
+#include "ui/QtLanguage.h"
 #include "ui/QtPrompt.h"
 
 namespace {
@@ -41,6 +42,7 @@ int main(int argc, char** argv) {
         kvo::InitResources();
         problem = error.Description();
     }
+    kvo::ApplyLanguageToQt();
     kvo::ChooseHelpFile(kvo::LanguageId(), "TV");
     try {
         kvo::GetRepositoryRoot("Tapframe");  // looked up for the operator interface; the editor keeps nothing of it

@@ -1,7 +1,5 @@
 #include "BlockParser.h"
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -73,15 +71,14 @@ void BlockParser::OpenFile(const std::string& fileName, bool modeFlag) {
     if (!in || std::filesystem::is_directory(fileName, ec)) {
         const bool missing = !std::filesystem::exists(fileName, ec);
         throw Error(missing ? ErrorNumber::FileNotFound : ErrorNumber::FileAccess, "BlockParser.Open",
-                    (missing ? "File not found: \"" : "Cannot read \"") + fileName + "\"" +
-                        (missing ? "" : std::string(" (") + std::strerror(errno) + ")"));
+                    FormatResString(missing ? Str::FileMissing : Str::FileUnreadable, {fileName}));
     }
     in.seekg(0, std::ios::end);
     const auto size = in.tellg();
     in.seekg(0, std::ios::beg);
     content_.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
     in.read(content_.data(), static_cast<std::streamsize>(content_.size()));
-    if (!in) throw Error(ErrorNumber::FileAccess, "BlockParser.Open", "Cannot read \"" + fileName + "\"");
+    if (!in) throw Error(ErrorNumber::FileAccess, "BlockParser.Open", FormatResString(Str::FileUnreadable, {fileName}));
     position_ = 0;
     currentLine_ = 0;
     open_ = true;

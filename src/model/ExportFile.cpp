@@ -1,9 +1,7 @@
 #include "ExportFile.h"
 
 #include <array>
-#include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -32,8 +30,8 @@ double Now() {
     return epochDays + (local.tm_hour * 3600 + local.tm_min * 60 + local.tm_sec) / 86400.0;
 }
 
-[[noreturn]] void CannotWrite(const std::string& path, const std::string& why) {
-    throw Error(ErrorNumber::FileAccess, "Export.Read", "Cannot write \"" + path + "\": " + why);
+[[noreturn]] void CannotWrite(const std::string& path, int32_t why) {
+    throw Error(ErrorNumber::FileAccess, "Export.Read", FormatResString(why, {path}));
 }
 
 }  // namespace
@@ -42,7 +40,7 @@ void ExportFile::OpenForWrite(const std::string& fileName, const std::string& na
     if (open_)
         throw Error(ErrorNumber::ExportAlreadyOpen, "OpenForWrite", FormatResString(Str::PackageAlreadyOpen, {fileName}));
     if (!file_.OpenWrite(fileName))
-        throw Error(ErrorNumber::FileAccess, "OpenForWrite", "Cannot create \"" + fileName + "\": " + std::strerror(errno));
+        throw Error(ErrorNumber::FileAccess, "OpenForWrite", FormatResString(Str::FileNotCreated, {fileName}));
     open_ = true;
     writing_ = true;
     name_ = name;
@@ -58,7 +56,7 @@ void ExportFile::OpenForRead(const std::string& fileName) {
     if (open_)
         throw Error(ErrorNumber::ExportAlreadyOpen, "Export.Read", FormatResString(Str::PackageAlreadyOpen, {fileName}));
     if (!file_.OpenRead(fileName))
-        throw Error(ErrorNumber::FileNotFound, "Export.Read", "Cannot open \"" + fileName + "\": " + std::strerror(errno));
+        throw Error(ErrorNumber::FileNotFound, "Export.Read", FormatResString(Str::FileMissing, {fileName}));
     open_ = true;
     writing_ = false;
     std::array<char, kMagic.size()> magic{};
@@ -101,11 +99,11 @@ void ExportFile::WriteFile(const std::string& path) {
     RequireWriting();
     std::error_code ec;
     const auto size = std::filesystem::file_size(path, ec);
-    if (ec) throw Error(ErrorNumber::FileNotFound, "Export.Write", "File not found '" + path + "'.");
+    if (ec) throw Error(ErrorNumber::FileNotFound, "Export.Write", FormatResString(Str::FileMissing, {path}));
     if (size > static_cast<uintmax_t>(std::numeric_limits<int32_t>::max()))
-        throw Error(ErrorNumber::Overflow, "Export.Write", "\"" + path + "\" is too large for a package (2 GB at most)");
+        throw Error(ErrorNumber::Overflow, "Export.Write", FormatResString(Str::PackageFileTooLarge, {path}));
     std::ifstream in(path, std::ios::binary);
-    if (!in) throw Error(ErrorNumber::FileAccess, "Export.Write", "Cannot read \"" + path + "\"");
+    if (!in) throw Error(ErrorNumber::FileAccess, "Export.Write", FormatResString(Str::FileUnreadable, {path}));
     WriteLong(static_cast<int32_t>(size));
     // A file that shrinks while it is copied would leave the package out of step:
     // report it rather than write a package that cannot be read back.
@@ -114,7 +112,7 @@ void ExportFile::WriteFile(const std::string& path) {
         const std::size_t count = remaining > kChunkSize ? kChunkSize : static_cast<std::size_t>(remaining);
         in.read(chunk.data(), static_cast<std::streamsize>(count));
         if (in.gcount() != static_cast<std::streamsize>(count))
-            throw Error(ErrorNumber::FileAccess, "Export.Write", "Reading \"" + path + "\" failed while it was packed");
+            throw Error(ErrorNumber::FileAccess, "Export.Write", FormatResString(Str::PackageFileChanged, {path}));
         file_.WriteBytes(chunk.data(), count, "Export.Write");
         remaining -= count;
     }
@@ -136,8 +134,7 @@ uint64_t ExportFile::ReadFileLength(const std::string& path) {
     // A damaged length is caught before anything on disk is touched.
     if (size > file_.Remaining())
         throw Error(ErrorNumber::InputPastEnd, "Export.Read",
-                    "Input past end of file: \"" + file_.FileName() + "\" holds fewer bytes than its entry for \"" +
-                        path + "\" says");
+                    FormatResString(Str::PackageTruncated, {file_.FileName(), path}));
     return size;
 }
 
@@ -154,11 +151,11 @@ void ExportFile::ReadFileInto(std::ostream& out, const std::string& path) {
         const std::size_t count = remaining > kChunkSize ? kChunkSize : static_cast<std::size_t>(remaining);
         file_.ReadBytes(chunk.data(), count, "Export.Read");
         out.write(chunk.data(), static_cast<std::streamsize>(count));
-        if (!out) CannotWrite(path, "writing failed (is the disk full?)");
+        if (!out) CannotWrite(path, Str::FileNotWritten);
         remaining -= count;
     }
     out.flush();
-    if (!out) CannotWrite(path, "writing failed (is the disk full?)");
+    if (!out) CannotWrite(path, Str::FileNotWritten);
 }
 
 void ExportFile::ReadFile(const std::string& path) {

@@ -37,10 +37,10 @@ int32_t HeaderVersion(const std::string& header) {
 
 // Adds the file, and the line where the line is not in the message already.
 Error Located(const Error& error, const BlockParser& parser) {
-    std::string where = parser.FileName();
     if (error.Number() != ErrorNumber::LoadStructure && error.Number() != ErrorNumber::Parser)
-        where += ", line " + std::to_string(parser.CurrentLine());
-    return Error(error.Number(), error.Source(), where + ": " + error.Description());
+        return Error(error.Number(), error.Source(),
+                     FormatResString(Str::LoadErrorAt, {parser.FileName(), parser.CurrentLine(), error.Description()}));
+    return Error(error.Number(), error.Source(), parser.FileName() + ": " + error.Description());
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include <limits>
 
 #include "Error.h"
+#include "Language.h"
+#include "StringIds.h"
 #include "Text.h"
 
 namespace kvo {
@@ -15,13 +17,26 @@ namespace {
 
 constexpr const char* kSource = "Convert";
 
-[[noreturn]] void TypeMismatch(std::string_view text, const char* target) {
-    throw Error(ErrorNumber::TypeMismatch, kSource,
-                "Type mismatch: \"" + Excerpt(text) + "\" is not " + target);
+// What a text was to become, in the words of the user's message.
+struct Target {
+    int32_t notSuch;  // the text is no such value
+    const char* lowest;
+    const char* highest;
+};
+constexpr Target kInteger{Str::ConvertNotWholeNumber, "-32768", "32767"};
+constexpr Target kLong{Str::ConvertNotWholeNumber, "-2147483648", "2147483647"};
+constexpr Target kByte{Str::ConvertNotWholeNumber, "0", "255"};
+constexpr Target kSingle{Str::ConvertNotNumber, "-3.402823E+38", "3.402823E+38"};
+constexpr Target kDouble{Str::ConvertNotNumber, "-1.79769313486232E+308", "1.79769313486232E+308"};
+constexpr Target kBoolean{Str::ConvertNotBoolean, "-1.79769313486232E+308", "1.79769313486232E+308"};
+constexpr Target kDate{Str::ConvertNotDate, "100-01-01", "9999-12-31"};
+
+[[noreturn]] void TypeMismatch(std::string_view text, const Target& target) {
+    throw Error(ErrorNumber::TypeMismatch, kSource, FormatResString(target.notSuch, {Excerpt(text)}));
 }
 
-[[noreturn]] void Overflow(std::string_view what, const char* target) {
-    throw Error(ErrorNumber::Overflow, kSource, "Overflow: " + Excerpt(what) + " does not fit " + target);
+[[noreturn]] void Overflow(std::string_view what, const Target& target) {
+    throw Error(ErrorNumber::Overflow, kSource, FormatResString(Str::ConvertOutOfRange, {Excerpt(what), target.lowest, target.highest}));
 }
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -118,7 +133,7 @@ bool ParseSmallWhole(std::string_view text, double& value) {
     return true;
 }
 
-double ParseNumber(std::string_view original, const char* target, bool& fromRadix, uint32_t& radixBits) {
+double ParseNumber(std::string_view original, const Target& target, bool& fromRadix, uint32_t& radixBits) {
     const std::string_view text = Trim(original);
     fromRadix = false;
     if (double whole = 0; ParseSmallWhole(text, whole)) return whole;
@@ -140,7 +155,7 @@ double ParseNumber(std::string_view original, const char* target, bool& fromRadi
 }
 
 template <typename T>
-T RoundChecked(double value, const char* target, std::string_view shown) {
+T RoundChecked(double value, const Target& target, std::string_view shown) {
     if (std::isnan(value)) Overflow(shown, target);
     const double rounded = std::nearbyint(value);  // default mode: ties to even
     if (rounded < static_cast<double>(std::numeric_limits<T>::min()) ||
@@ -162,39 +177,39 @@ std::string FormatGeneral(char* first, char* last) {
 int16_t ToInteger(std::string_view text) {
     bool radix = false;
     uint32_t bits = 0;
-    const double value = ParseNumber(text, "an Integer", radix, bits);
+    const double value = ParseNumber(text, kInteger, radix, bits);
     if (radix) {
-        if (bits > 0xFFFF) Overflow(Trim(text), "an Integer");
+        if (bits > 0xFFFF) Overflow(Trim(text), kInteger);
         return static_cast<int16_t>(static_cast<uint16_t>(bits));
     }
-    return RoundChecked<int16_t>(value, "an Integer", Trim(text));
+    return RoundChecked<int16_t>(value, kInteger, Trim(text));
 }
 
 int32_t ToLong(std::string_view text) {
     bool radix = false;
     uint32_t bits = 0;
-    const double value = ParseNumber(text, "a Long", radix, bits);
+    const double value = ParseNumber(text, kLong, radix, bits);
     if (radix) return static_cast<int32_t>(bits);
-    return RoundChecked<int32_t>(value, "a Long", Trim(text));
+    return RoundChecked<int32_t>(value, kLong, Trim(text));
 }
 
 uint8_t ToByte(std::string_view text) {
     bool radix = false;
     uint32_t bits = 0;
-    const double value = ParseNumber(text, "a Byte", radix, bits);
-    return RoundChecked<uint8_t>(value, "a Byte", Trim(text));
+    const double value = ParseNumber(text, kByte, radix, bits);
+    return RoundChecked<uint8_t>(value, kByte, Trim(text));
 }
 
 double ToDouble(std::string_view text) {
     bool radix = false;
     uint32_t bits = 0;
-    const double value = ParseNumber(text, "a Double", radix, bits);
+    const double value = ParseNumber(text, kDouble, radix, bits);
     return radix ? static_cast<double>(static_cast<int32_t>(bits)) : value;
 }
 
 float ToSingle(std::string_view text) {
     const double value = ToDouble(text);
-    if (std::isfinite(value) && std::fabs(value) > std::numeric_limits<float>::max()) Overflow(Trim(text), "a Single");
+    if (std::isfinite(value) && std::fabs(value) > std::numeric_limits<float>::max()) Overflow(Trim(text), kSingle);
     return static_cast<float>(value);
 }
 
@@ -204,12 +219,12 @@ bool ToBoolean(std::string_view text) {
     if (EqualsNoCase(trimmed, "False")) return false;
     bool radix = false;
     uint32_t bits = 0;
-    return ParseNumber(text, "a Boolean", radix, bits) != 0.0;
+    return ParseNumber(text, kBoolean, radix, bits) != 0.0;
 }
 
-int16_t RoundToInteger(double value) { return RoundChecked<int16_t>(value, "an Integer", FormatDouble(value)); }
+int16_t RoundToInteger(double value) { return RoundChecked<int16_t>(value, kInteger, FormatDouble(value)); }
 
-int32_t RoundToLong(double value) { return RoundChecked<int32_t>(value, "a Long", FormatDouble(value)); }
+int32_t RoundToLong(double value) { return RoundChecked<int32_t>(value, kLong, FormatDouble(value)); }
 
 std::string FormatDouble(double value) {
     if (std::isinf(value)) return value > 0 ? "1.#INF" : "-1.#INF";
@@ -337,7 +352,7 @@ bool ReadTime(std::string_view text, int64_t& seconds) {
 }  // namespace
 
 std::string FormatDate(double date) {
-    if (!std::isfinite(date) || date < kMinDate || date > kMaxDate + 1) Overflow(FormatDouble(date), "a Date");
+    if (!std::isfinite(date) || date < kMinDate || date > kMaxDate + 1) Overflow(FormatDouble(date), kDate);
     double dayPart = std::trunc(date);
     int64_t seconds = std::llround(std::fabs(date - dayPart) * 86400.0);
     if (seconds >= 86400) {  // rounding reached midnight
@@ -368,18 +383,18 @@ double ToDate(std::string_view original) {
     if (ReadNumber(rest, a, 4) && !rest.empty() && (rest.front() == '/' || rest.front() == '-')) {
         const char separator = rest.front();
         rest.remove_prefix(1);
-        if (!ReadNumber(rest, b, 2) || !Take(rest, separator) || !ReadNumber(rest, c, 4)) TypeMismatch(original, "a date");
+        if (!ReadNumber(rest, b, 2) || !Take(rest, separator) || !ReadNumber(rest, c, 4)) TypeMismatch(original, kDate);
         if (separator == '-') y = a, m = b, d = c;
         else m = a, d = b, y = c;
-        if (m < 1 || m > 12 || d < 1 || d > 31 || y < 100) TypeMismatch(original, "a date");
+        if (m < 1 || m > 12 || d < 1 || d > 31 || y < 100) TypeMismatch(original, kDate);
         int64_t cy = 0, cm = 0, cd = 0;
         CivilFromDays(DaysFromCivil(y, m, d), cy, cm, cd);
-        if (cd != d) TypeMismatch(original, "a date");  // 31 April and the like
+        if (cd != d) TypeMismatch(original, kDate);  // 31 April and the like
         haveDate = true;
         rest = TrimLeft(rest);
-        if (!rest.empty() && !ReadTime(rest, seconds)) TypeMismatch(original, "a date");
+        if (!rest.empty() && !ReadTime(rest, seconds)) TypeMismatch(original, kDate);
     } else if (!ReadTime(text, seconds)) {
-        TypeMismatch(original, "a date");
+        TypeMismatch(original, kDate);
     }
     const double days = haveDate ? static_cast<double>(DaysFromCivil(y, m, d) + kEpochOffset) : 0.0;
     const double time = static_cast<double>(seconds) / 86400.0;

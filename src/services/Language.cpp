@@ -17,14 +17,16 @@ namespace {
 struct LanguageEntry {
     int32_t lcid;
     const char* code;
+    const char* locale;
 };
 
 constexpr std::array<LanguageEntry, 30> kLanguages{{
-    {1028, "CHT"}, {1030, "DAN"}, {1031, "DEU"}, {1033, "ENU"}, {1034, "ESP"}, {1036, "FRA"},
-    {1040, "ITA"}, {1041, "JPN"}, {1042, "KOR"}, {1043, "NLD"}, {1044, "NOR"}, {1046, "PTB"},
-    {1053, "SVE"}, {2055, "DES"}, {2057, "ENG"}, {2058, "ESM"}, {2060, "FRB"}, {2064, "ITS"},
-    {2067, "NLB"}, {2068, "NON"}, {2070, "PTG"}, {3079, "DEA"}, {3081, "ENA"}, {3082, "ESN"},
-    {3084, "FRC"}, {4105, "ENC"}, {4108, "FRS"}, {5129, "ENZ"}, {6153, "ENI"}, {-1, "PIG"},
+    {1028, "CHT", "zh_TW"}, {1030, "DAN", "da_DK"}, {1031, "DEU", "de_DE"}, {1033, "ENU", "en_US"}, {1034, "ESP", "es_ES"},
+    {1036, "FRA", "fr_FR"}, {1040, "ITA", "it_IT"}, {1041, "JPN", "ja_JP"}, {1042, "KOR", "ko_KR"}, {1043, "NLD", "nl_NL"},
+    {1044, "NOR", "nb_NO"}, {1046, "PTB", "pt_BR"}, {1053, "SVE", "sv_SE"}, {2055, "DES", "de_CH"}, {2057, "ENG", "en_GB"},
+    {2058, "ESM", "es_MX"}, {2060, "FRB", "fr_BE"}, {2064, "ITS", "it_CH"}, {2067, "NLB", "nl_BE"}, {2068, "NON", "nn_NO"},
+    {2070, "PTG", "pt_PT"}, {3079, "DEA", "de_AT"}, {3081, "ENA", "en_AU"}, {3082, "ESN", "es_ES"}, {3084, "FRC", "fr_CA"},
+    {4105, "ENC", "en_CA"}, {4108, "FRS", "fr_CH"}, {5129, "ENZ", "en_NZ"}, {6153, "ENI", "en_IE"}, {-1, "PIG", "en_US"},
 }};
 
 constexpr std::size_t kStringBufferBytes = 1023;  // the classic 1024-character buffer less its terminator
@@ -91,6 +93,12 @@ std::string LanguageCodeFor(int32_t lcid) {
     for (const auto& entry : kLanguages)
         if (entry.lcid == lcid) return entry.code;
     return "ENU";
+}
+
+std::string LocaleNameFor(int32_t lcid) {
+    for (const auto& entry : kLanguages)
+        if (entry.lcid == lcid) return entry.locale;
+    return "en_US";
 }
 
 int32_t LanguageId() { return State().languageId; }

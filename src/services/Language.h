@@ -18,6 +18,8 @@ inline constexpr int32_t kDefaultLanguageId = 1033;
 
 // Three-letter code of a Windows language id; unknown ids give "ENU".
 std::string LanguageCodeFor(int32_t lcid);
+// The language and country of a language id as "de_DE"; unknown ids give "en_US".
+std::string LocaleNameFor(int32_t lcid);
 
 int32_t LanguageId();
 const std::string& LanguageCode();

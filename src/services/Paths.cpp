@@ -83,6 +83,12 @@ std::string FileNamePart(std::string_view path) {
     return std::string(last == std::string_view::npos ? path : path.substr(last + 1));
 }
 
+std::string AddExtension(std::string_view path, std::string_view extension) {
+    // A leading dot names a hidden file; it is no extension.
+    if (FileNamePart(path).find('.', 1) != std::string::npos) return std::string(path);
+    return std::string(path) + std::string(extension);
+}
+
 bool FileExists(const std::string& path) {
     std::error_code ec;
     return !path.empty() && std::filesystem::is_regular_file(path, ec);

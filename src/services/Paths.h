@@ -28,6 +28,9 @@ std::string JoinPath(std::string_view directory, std::string_view relativePath);
 // The last component of a path, after either kind of separator.
 std::string FileNamePart(std::string_view path);
 
+// The path with extension (".pdz") appended when its file name has none.
+std::string AddExtension(std::string_view path, std::string_view extension);
+
 bool FileExists(const std::string& path);
 bool DirectoryExists(const std::string& path);
 

@@ -19,6 +19,9 @@ public:
     static std::string DefaultStorePath();
 
     const std::vector<std::string>& Paths() const { return paths_; }
+    // What the menu shows for each path: its file name, and where another entry
+    // has the same name, as much of its folder as tells the two apart.
+    std::vector<std::string> Labels() const;
     // Puts the opened file first (once, as a full path), keeps the eight newest
     // and writes the list.
     void Add(const std::string& opened);

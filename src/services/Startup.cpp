@@ -34,6 +34,7 @@ void ApplyApplication(std::string& result, const std::string& settingsKey) {
 }  // namespace
 
 int32_t InitLanguage() {
+    InitResources();  // so that a broken setting is reported in words
     const std::string text = Read("Tessiva\\Settings", "DefaultLanguage");
     const int32_t lcid = text.empty() ? kDefaultLanguageId : ToLong(text);
     SetLanguage(lcid);

@@ -262,6 +262,24 @@ namespace kvo::Str {
     X(PreviewNoSlides, 31655)            \
     X(PreviewTitle, 31656)               \
     X(PreviewStatus, 31657)              \
+    X(ExportAskSave, 31700)              \
+    X(ExportNotOnDisk, 31701)            \
+    X(ReplaceFile, 31702)                \
+    X(ConvertNotWholeNumber, 31710)      \
+    X(ConvertNotNumber, 31711)           \
+    X(ConvertNotBoolean, 31712)          \
+    X(ConvertNotDate, 31713)             \
+    X(ConvertOutOfRange, 31714)          \
+    X(LoadErrorAt, 31715)                \
+    X(FileMissing, 31717)                \
+    X(FileUnreadable, 31718)             \
+    X(FileNotCreated, 31719)             \
+    X(FileNotWritten, 31720)             \
+    X(PackageFileTooLarge, 31721)        \
+    X(PackageFileChanged, 31722)         \
+    X(PackageTruncated, 31723)           \
+    X(ImageNotWritten, 31724)            \
+    X(HelpTopicInvalid, 31730)           \
     X(ImportOutsideAsk, 31900)           \
     X(ImportOutsideTitle, 31901)         \
     X(ImportShowUnreadable, 31902)       \

@@ -22,6 +22,7 @@
 #include "services/Error.h"
 #include "services/Help.h"
 #include "services/Language.h"
+#include "services/Startup.h"
 #include "services/Paths.h"
 #include "services/Prompt.h"
 #include "services/RegEntry.h"
@@ -123,10 +124,11 @@ void RequireCount(const Args& args, std::size_t count) {
         if (arg.rfind("--", 0) == 0) throw UsageError{};
 }
 
-// "--lang LCID" selects the language of the texts; English otherwise.
+// "--lang LCID" selects the language of the texts; the editor's otherwise.
 void TakeLanguage(Args& args) {
     const auto lcid = TakeOption(args, "--lang");
-    kvo::SetLanguage(lcid ? kvo::ToLong(*lcid) : kvo::kDefaultLanguageId);
+    if (!lcid) return;
+    kvo::SetLanguage(kvo::ToLong(*lcid));
     kvo::InitResources();
 }
 
@@ -443,8 +445,12 @@ int main(int argc, char** argv) {
         std::cout << "usage: kvotool " << command.usage << "\n  " << command.summary << '\n';
         return 0;
     }
-    kvo::SetLanguage(kvo::kDefaultLanguageId);
-    kvo::InitResources();
+    try {
+        kvo::InitLanguage();  // the editor's language, from the settings
+    } catch (const kvo::Error&) {
+        kvo::SetLanguage(kvo::kDefaultLanguageId);
+        kvo::InitResources();
+    }
     kvo::SetCurrentPrompt(&Prompts());
     try {
         return command.run(args);

@@ -1,6 +1,9 @@
 #include "FormHelp.h"
 
 #include <QtCore/QUrl>
+#include <QtGui/QKeyEvent>
+#include <QtGui/QWindow>
+#include <QtWidgets/QApplication>
 #include <QtGui/QDesktopServices>
 #include <QtWidgets/QTextBrowser>
 #include <QtWidgets/QVBoxLayout>
@@ -14,6 +17,8 @@
 namespace kvo {
 
 namespace {
+
+FormHelp* instance = nullptr;  // lives as long as the program, once asked for
 
 void Show(QWidget* window, const std::string& file, const QString& anchor) {
     if (file.empty()) return;
@@ -34,12 +39,17 @@ void ShowHelpContents(QWidget* window) { Show(window, HelpFile(), "contents"); }
 void ShowHelpFileTopic(QWidget* window, const std::string& file, int topic) { Show(window, file, QString::number(topic)); }
 
 FormHelp& FormHelp::Instance() {
-    static FormHelp* instance = new FormHelp();  // lives as long as the program
+    if (instance == nullptr) instance = new FormHelp();
     return *instance;
+}
+
+void FormHelp::CloseWithEditor() {
+    if (instance != nullptr) instance->close();
 }
 
 FormHelp::FormHelp() : browser_(new QTextBrowser(this)) {
     setObjectName("FormHelp");
+    setAttribute(Qt::WA_QuitOnClose, false);  // the editor's window alone keeps the program running
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(browser_);
@@ -54,9 +64,23 @@ void FormHelp::ShowAnchor(const QString& file, const QString& anchor) {
     url.setFragment(anchor);
     browser_->setSource(url);
     browser_->scrollToAnchor(anchor);
+    // Help asked for from a modal dialog belongs to that dialog, or the dialog
+    // would block it until it closes.
+    QWindow* owner = QApplication::activeModalWidget() != nullptr ? QApplication::activeModalWidget()->windowHandle() : nullptr;
+    create();
+    if (windowHandle()->transientParent() != owner) {
+        hide();
+        windowHandle()->setTransientParent(owner);
+    }
     show();
     raise();
     activateWindow();
+    browser_->setFocus();
+}
+
+void FormHelp::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Escape || event->matches(QKeySequence::Close)) close();
+    else QWidget::keyPressEvent(event);
 }
 
 QString FormHelp::CurrentAnchor() const { return browser_->source().fragment(); }

@@ -20,8 +20,13 @@ class FormHelp final : public QWidget {
     Q_OBJECT
 public:
     static FormHelp& Instance();
+    // Closes the help window, if there is one, with the editor's own window.
+    static void CloseWithEditor();
     void ShowAnchor(const QString& file, const QString& anchor);
     QString CurrentAnchor() const;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     FormHelp();

@@ -37,6 +37,7 @@ FormIconContents::FormIconContents(Value& cell, const QString& caption, QWidget*
     characteristics_->setObjectName("lstCharacteristics");
     column_->setObjectName("cboDatatypeColumn");
     percent_->setObjectName("txtPercent");
+    AcceptWholeNumbers(percent_);
     percent_->setMaximumWidth(60);
     for (int symbol = 1; symbol <= IconCatalogue::kCharacteristics; ++symbol)
         characteristics_->addItem(Caption(IconCatalogue::SymbolDescription[static_cast<std::size_t>(symbol)]));
@@ -76,13 +77,13 @@ FormIconContents::FormIconContents(Value& cell, const QString& caption, QWidget*
     percent_->setText(QString::number(cell.Percentage()));
 
     connect(percent_, &QLineEdit::textChanged, this, [this](const QString& text) {
-        if (text.isEmpty()) return;
+        if (text.isEmpty() || text == "-") return;
         try {
             const int16_t value = ToInteger(text.toStdString());
             if (value < 1) percent_->setText("1");
             else if (value > 100) percent_->setText("100");
         } catch (const Error&) {
-            percent_->setText("100");  // beyond any Integer: as far as it goes
+            percent_->setText(text.startsWith('-') ? "1" : "100");  // beyond any Integer: as far as it goes
         }
     });
     connect(characteristics_, &QListWidget::itemDoubleClicked, this, &FormIconContents::Confirm);

@@ -1,6 +1,6 @@
 #include "FormIconProperties.h"
 
-#include <QtGui/QKeyEvent>
+#include <QtGui/QValidator>
 #include <QtWidgets/QButtonGroup>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QFrame>
@@ -52,6 +52,29 @@ QString CellText(const Value& cell) {
         FormatResString(Str::IconCellEntry, {characteristic.toStdString(), column.toStdString(), static_cast<int>(cell.Percentage())}));
 }
 
+// Typed keys, paste, drop and input methods all pass this one filter: a number
+// of up to five digits, or a name from the allowed characters in either case.
+class IconNameValidator final : public QValidator {
+public:
+    IconNameValidator(const QRadioButton& bySequence, QObject* parent) : QValidator(parent), bySequence_(bySequence) {}
+
+    State validate(QString& input, int&) const override {
+        if (bySequence_.isChecked()) {
+            if (input.size() > FormIconProperties::kMaxNumberLength) return Invalid;
+            for (const QChar c : input)
+                if (c < QChar('0') || c > QChar('9')) return Invalid;
+            return Acceptable;
+        }
+        if (input.size() > FormIconProperties::kMaxNameLength) return Invalid;
+        for (const QChar c : input)
+            if (!kNameCharacters.contains(c.toUpper())) return Invalid;
+        return Acceptable;
+    }
+
+private:
+    const QRadioButton& bySequence_;
+};
+
 }  // namespace
 
 FormIconProperties::FormIconProperties(Icon& icon, QWidget* parent) : QDialog(parent), icon_(icon) {
@@ -65,11 +88,11 @@ FormIconProperties::FormIconProperties(Icon& icon, QWidget* parent) : QDialog(pa
     byName_ = CaptionedButton<QRadioButton>(identity, "optFeatureName", Str::IconByFeatureName);
     name_ = new QLineEdit(identity);
     name_->setObjectName("txtIconName");
-    name_->installEventFilter(this);
     auto* identityLayout = new QGridLayout(identity);
     identityLayout->addWidget(bySequence_, 0, 0);
     identityLayout->addWidget(byName_, 0, 1);
     identityLayout->addWidget(name_, 1, 0, 1, 2);
+    name_->setValidator(new IconNameValidator(*bySequence_, name_));
     digits_ = new QComboBox(this);
     digits_->setObjectName("cboDigits");
     for (int d = Icon::kMinDisplayDigits; d <= Icon::kMaxDisplayDigits; ++d) digits_->addItem(QString::number(d));
@@ -83,6 +106,7 @@ FormIconProperties::FormIconProperties(Icon& icon, QWidget* parent) : QDialog(pa
     vertical_ = CaptionedButton<QRadioButton>(leader, "optLeaderVertical", Str::IconLeaderVertical);
     bend_ = new QLineEdit(leader);
     bend_->setObjectName("txtLeaderBend");
+    AcceptWholeNumbers(bend_);
     bend_->setMaximumWidth(60);
     auto* bendLabel = new QLabel(Caption(Str::IconBendLabel), leader);
     bendLabel->setBuddy(bend_);
@@ -191,6 +215,14 @@ FormIconProperties::FormIconProperties(Icon& icon, QWidget* parent) : QDialog(pa
         if (on) name_->setText(QString::fromStdString(workingName_));
     });
     connect(name_, &QLineEdit::textChanged, this, &FormIconProperties::CheckText);
+    // What the user enters becomes upper case; a name the icon already had stays as it was.
+    connect(name_, &QLineEdit::textEdited, this, [this](const QString& text) {
+        if (byName_->isChecked() && text != text.toUpper()) {
+            const int cursor = name_->cursorPosition();
+            name_->setText(text.toUpper());
+            name_->setCursorPosition(cursor);
+        }
+    });
     connect(bend_, &QLineEdit::textChanged, this, [this](const QString& text) {
         if (text.isEmpty() || text == "-") return;
         try {
@@ -250,21 +282,6 @@ int FormIconProperties::Edit() {
     return resultCode_;
 }
 
-bool FormIconProperties::eventFilter(QObject* watched, QEvent* event) {
-    if (watched != name_ || event->type() != QEvent::KeyPress) return QDialog::eventFilter(watched, event);
-    const auto* key = static_cast<QKeyEvent*>(event);
-    if (key->key() == Qt::Key_Backspace || key->text().isEmpty() || key->text()[0] < QChar(' '))
-        return false;  // backspace, and keys that type nothing, always pass
-    const QString text = key->text().toUpper();
-    if (bySequence_->isChecked()) {
-        const bool digit = text.size() == 1 && text[0].isDigit() && text[0].unicode() < 128;
-        return !(digit && name_->text().size() < kMaxNumberLength);  // true drops the key
-    }
-    if (text.size() != 1 || !kNameCharacters.contains(text[0]) || name_->text().size() >= kMaxNameLength) return true;
-    name_->insert(text);  // typed in upper case
-    return true;
-}
-
 void FormIconProperties::CheckText() {
     const QString text = name_->text();
     if (text.isEmpty()) {
@@ -279,7 +296,7 @@ void FormIconProperties::CheckText() {
         }
         ok_->setEnabled(workingNumber_ >= 1 && workingNumber_ <= kMaxSequenceNumber);
     } else {
-        ok_->setEnabled(!kReservedNames.contains(text));
+        ok_->setEnabled(!kReservedNames.contains(text, Qt::CaseInsensitive));
         workingName_ = text.toStdString();
     }
 }

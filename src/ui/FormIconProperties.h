@@ -33,9 +33,6 @@ public:
     // Shows the dialog; 1 when confirmed, 2 when cancelled.
     int Edit();
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     void CheckText();
     void FillCells(int select);

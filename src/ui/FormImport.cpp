@@ -1,6 +1,8 @@
 #include "FormImport.h"
 
+#include <QtCore/QDateTime>
 #include <QtCore/QFileInfo>
+#include <QtCore/QLocale>
 #include <QtWidgets/QGridLayout>
 #include <QtWidgets/QGroupBox>
 #include <QtWidgets/QHBoxLayout>
@@ -9,10 +11,13 @@
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QVBoxLayout>
 
+#include <cmath>
+
 #include "DialogSupport.h"
 #include "FormHelp.h"
 #include "LanguageFont.h"
 #include "model/ExportFile.h"
+#include "services/Convert.h"
 #include "services/Error.h"
 #include "services/Paths.h"
 #include "services/Prompt.h"
@@ -102,6 +107,20 @@ FormImport::FormImport(QWidget* parent)
     connect(help, &QPushButton::clicked, this, [this] { ShowHelpTopic(this, kHelpTopic); });
 }
 
+namespace {
+
+// A package keeps its time in the classic text form; it is shown in the editor's language.
+QString ShownTime(const std::string& stamp) {
+    try {
+        const QDateTime start(QDate(1899, 12, 30), QTime(0, 0));
+        return QLocale().toString(start.addSecs(std::llround(ToDate(stamp) * 86400.0)), QLocale::ShortFormat);
+    } catch (const Error&) {
+        return QString::fromStdString(stamp);  // as it was written
+    }
+}
+
+}  // namespace
+
 void FormImport::ReadHeader() {
     const std::string path = fileName_->text().toStdString();
     if (FileExists(path)) {
@@ -109,7 +128,7 @@ void FormImport::ReadHeader() {
             ExportFile package;
             package.OpenForRead(path);
             target_->setText(QString::fromStdString(package.Name()));
-            date_->setText(QString::fromStdString(package.Timestamp()));
+            date_->setText(ShownTime(package.Timestamp()));
             comment_->setText(QString::fromStdString(package.Comment()));
             ok_->setEnabled(true);
             return;

@@ -174,6 +174,7 @@ void FormMain::BuildControls() {
     hsSlide_ = new QScrollBar(Qt::Horizontal, central_);
     hsSlide_->setObjectName("hsSlide");
     hsSlide_->setRange(0, 0);
+    hsSlide_->setPageStep(1);  // a click in the track moves one slide, as the arrows do
     hsSlide_->setEnabled(false);
     connect(hsSlide_, &QScrollBar::valueChanged, this, [this](int value) {
         if (document_ && value >= 1 && value != currentSlide_) ShowSlide(value);
@@ -335,17 +336,20 @@ bool FormMain::Saved() const { return undoStack_->isClean() && !changedOutsideUn
 
 void FormMain::MarkChanged() {
     changedOutsideUndo_ = true;
+    UpdateCaption();
     if (document_ && !recoveryTimer_->isActive()) recoveryTimer_->start();
 }
 
 void FormMain::SetSaved() {
     changedOutsideUndo_ = false;
     undoStack_->setClean();
+    UpdateCaption();
     recoveryTimer_->stop();
     if (!fileName_.empty()) recovery_.Remove(fileName_);
 }
 
 void FormMain::UndoIndexChanged() {
+    UpdateCaption();
     if (!document_) return;
     if (!Saved()) {
         if (!recoveryTimer_->isActive()) recoveryTimer_->start();
@@ -497,6 +501,7 @@ std::unique_ptr<IconSurface> FormMain::CreateIcon() { return picMain_->CreateIco
 void FormMain::UpdateCaption() {
     std::string caption = S(Str::AppTitle);
     if (!fileName_.empty()) caption += ": " + FileNamePart(fileName_);
+    if (document_ && !Saved()) caption += "*";  // the usual mark of unsaved changes
     setWindowTitle(QString::fromStdString(caption));
 }
 
@@ -670,14 +675,18 @@ void FormMain::SlideTitle() {
 void FormMain::SlideHelpTopic() {
     Slide* slide = Current();
     if (slide == nullptr) return;
-    const auto answer = CurrentPrompt().AskText(S(Str::HelpTopicPrompt), S(Str::HelpTopicTitle), std::to_string(slide->HelpTopic()));
-    if (!answer || answer->empty()) return;
+    std::string text = std::to_string(slide->HelpTopic());
     int16_t topic = 0;
-    try {
-        topic = ToInteger(*answer);
-    } catch (const Error& error) {
-        CurrentPrompt().Message(error.Description(), S(Str::HelpTopicTitle), MessageKind::Exclamation);
-        return;
+    for (;;) {
+        const auto answer = CurrentPrompt().AskText(S(Str::HelpTopicPrompt), S(Str::HelpTopicTitle), text);
+        if (!answer || answer->empty()) return;
+        try {
+            topic = ToInteger(*answer);
+            break;
+        } catch (const Error&) {
+            CurrentPrompt().Message(S(Str::HelpTopicInvalid), S(Str::HelpTopicTitle), MessageKind::Exclamation);
+            text = *answer;  // asked again with what was typed, to be corrected
+        }
     }
     Edit(Step(Str::StepSlideHelpTopic, currentSlide_), currentSlide_, [slide, topic] { slide->SetHelpTopic(topic); });
 }
@@ -831,9 +840,11 @@ void FormMain::UpdateRecentMenu() {
     }
     recentActions_.clear();
     const auto& paths = recent_.Paths();
+    const auto labels = recent_.Labels();
     for (std::size_t i = 0; i < paths.size(); ++i) {
         const std::string path = paths[i];
-        auto* item = new QAction(QStringLiteral("&%1 %2").arg(i + 1).arg(QString::fromStdString(FileNamePart(path))), fileMenu_);
+        QString label = QString::fromStdString(labels[i]);
+        auto* item = new QAction(QStringLiteral("&%1 %2").arg(i + 1).arg(label.replace('&', "&&")), fileMenu_);
         item->setObjectName(QStringLiteral("mnuFileRecent%1").arg(i + 1));
         item->setStatusTip(QString::fromStdString(path));
         item->setToolTip(QString::fromStdString(path));
@@ -884,8 +895,8 @@ void FormMain::FileSave() {
 
 void FormMain::FileSaveAs() {
     if (!document_) return;
-    const auto name = CurrentPrompt().ChooseSaveFile({S(Str::SaveAsTitle), S(Str::TextFilter), slideDirectory_, fileName_});
-    if (!name || name->empty() || !Write(*name, false)) return;
+    const auto name = ChooseSaveTarget({S(Str::SaveAsTitle), S(Str::TextFilter), slideDirectory_, fileName_}, ".pdz");
+    if (!name || !Write(*name, false)) return;
     recovery_.Remove(fileName_);
     fileName_ = *name;
     RememberDocument(*name);
@@ -895,12 +906,26 @@ void FormMain::FileSaveAs() {
 
 void FormMain::FileSaveBinary() {
     if (!document_) return;
-    const auto name = CurrentPrompt().ChooseSaveFile({S(Str::SaveAsTitle), S(Str::BinaryFilter), slideDirectory_, fileName_});
-    if (!name || name->empty() || !Write(*name, true)) return;
+    const auto name = ChooseSaveTarget({S(Str::SaveAsTitle), S(Str::BinaryFilter), slideDirectory_, fileName_}, ".pdx");
+    if (!name || !Write(*name, true)) return;
     recovery_.Remove(fileName_);
     fileName_ = *name;
+    RememberDocument(*name);
     UpdateCaption();
     SetSaved();
+}
+
+std::optional<std::string> FormMain::ChooseSaveTarget(const FileChoice& choice, const std::string& extension) {
+    const auto name = CurrentPrompt().ChooseSaveFile(choice);
+    if (!name || name->empty()) return std::nullopt;
+    std::string file = AddExtension(*name, extension);
+    if (!ConfirmReplace(file)) return std::nullopt;
+    return file;
+}
+
+bool FormMain::ConfirmReplace(const std::string& file) {
+    return !FileExists(file) ||
+           CurrentPrompt().Ask(FormatResString(Str::ReplaceFile, {file}), S(Str::ConfirmTitle), false) == Answer::Yes;
 }
 
 void FormMain::ClearWindow() {
@@ -939,6 +964,7 @@ void FormMain::FileExit() { close(); }
 void FormMain::closeEvent(QCloseEvent* event) {
     if (Saved()) {
         event->accept();
+        FormHelp::CloseWithEditor();
         return;
     }
     switch (CurrentPrompt().Ask(S(Str::AskSaveChanges), S(Str::ConfirmTitle), true)) {
@@ -950,6 +976,7 @@ void FormMain::closeEvent(QCloseEvent* event) {
         case Answer::No:
             SetSaved();  // and the recovery copy goes: the user threw the changes away
             event->accept();
+            FormHelp::CloseWithEditor();
             break;
         case Answer::Cancel:
             event->ignore();
@@ -981,8 +1008,22 @@ void FormMain::FileImport() {
 
 void FormMain::FileExport() {
     if (!document_) return;
-    if (!Saved() || fileName_.empty()) FileSave();  // the package holds the show as it is on disk
-    if (!Saved() || fileName_.empty()) return;
+    if (!Saved()) {
+        switch (CurrentPrompt().Ask(S(Str::ExportAskSave), S(Str::ConfirmTitle), true)) {
+            case Answer::Yes:
+                FileSave();
+                if (!Saved()) return;
+                break;
+            case Answer::No:
+                break;  // the package holds the show as it is on disk
+            case Answer::Cancel:
+                return;
+        }
+    }
+    if (!FileExists(fileName_)) {
+        CurrentPrompt().Message(FormatResString(Str::ExportNotOnDisk, {fileName_}), S(Str::ExportTitle), MessageKind::Exclamation);
+        return;
+    }
     FormExport dialog(fileName_, this);
     dialog.exec();
     if (!dialog.Accepted()) return;
@@ -1074,8 +1115,9 @@ void FormMain::FileCapture() {
     const auto name = CurrentPrompt().ChooseSaveFile({S(Str::CaptureTitle), S(Str::CaptureFilter), slideDirectory_, ""});
     if (!name || name->empty()) return;
     const std::string file = EndsWithNoCase(*name, ".png") ? *name : *name + ".png";
+    if (!ConfirmReplace(file)) return;
     if (!image.save(QString::fromStdString(file), "PNG"))
-        CurrentPrompt().Message("Cannot write \"" + file + "\"", S(Str::FileErrorTitle), MessageKind::Stop);
+        CurrentPrompt().Message(FormatResString(Str::ImageNotWritten, {file}), S(Str::FileErrorTitle), MessageKind::Stop);
 }
 
 void FormMain::FileCopyImage() {

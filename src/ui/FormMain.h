@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "model/Recovery.h"
+#include "services/Prompt.h"
 #include "services/RecentFiles.h"
 #include "view/Surfaces.h"
 
@@ -158,6 +159,10 @@ private:
     void ShowDocument(std::unique_ptr<SlideShow> show, const std::string& fileName);
     void ClearWindow();
     bool Write(const std::string& fileName, bool binary);
+    // The name chosen in a save dialog, with the format's extension when none
+    // was typed; none when cancelled or when the user keeps an existing file.
+    std::optional<std::string> ChooseSaveTarget(const FileChoice& choice, const std::string& extension);
+    bool ConfirmReplace(const std::string& file);
     void ShowError(const Error& error, const std::string& fileName);
     void UpdateCaption();
     void UpdateStatus();

@@ -119,7 +119,7 @@ FormProperties::FormProperties(SlideShow& show, QWidget* parent)
 
     connect(tabs, &QTabBar::currentChanged, panels, &QStackedWidget::setCurrentIndex);
     connect(browse, &QPushButton::clicked, this, [this] {
-        const auto chosen = CurrentPrompt().ChooseOpenFile({LoadResString(Str::PropertiesHelpFileLabel), LoadResString(Str::HelpFileFilter),
+        const auto chosen = CurrentPrompt().ChooseOpenFile({TitleOf(Str::PropertiesHelpFileLabel).toStdString(), LoadResString(Str::HelpFileFilter),
                                                             "", helpFile_->text().toStdString()});
         if (chosen && !chosen->empty()) helpFile_->setText(QString::fromStdString(*chosen));
     });

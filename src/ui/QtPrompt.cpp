@@ -117,9 +117,12 @@ std::optional<std::string> QtPrompt::ChooseSaveFile(const FileChoice& choice) {
 }
 
 std::optional<int32_t> QtPrompt::ChooseColor(int32_t initial) {
-    const QColor color = QColorDialog::getColor(ToQColor(initial), parent_);
-    if (!color.isValid()) return std::nullopt;
-    return FromQColor(color);
+    QColorDialog dialog(ToQColor(initial), parent_);
+    if (dialog.exec() != QDialog::Accepted) return std::nullopt;
+    // A system colour shows as its resolved value: left as it was, it stays a system colour.
+    const QColor chosen = dialog.selectedColor();
+    if (!chosen.isValid() || chosen.rgb() == ToQColor(initial).rgb()) return initial;
+    return FromQColor(chosen);
 }
 
 std::optional<FontChoice> QtPrompt::ChooseFont(const FontChoice& initial) {
@@ -127,14 +130,17 @@ std::optional<FontChoice> QtPrompt::ChooseFont(const FontChoice& initial) {
     font.setPointSize(initial.size);
     font.setBold(initial.bold);
     font.setItalic(initial.italic);
-    bool accepted = false;
-    const QFont chosen = QFontDialog::getFont(&accepted, font, parent_);
-    if (!accepted) return std::nullopt;
+    QFontDialog dialog(font, parent_);
+    // A font this machine lacks opens on a substitute; only what the user
+    // changed from there may change the icon's font.
+    const QFont shown = dialog.currentFont();
+    if (dialog.exec() != QDialog::Accepted) return std::nullopt;
+    const QFont chosen = dialog.selectedFont();
     FontChoice result = initial;
-    result.name = chosen.family().toStdString();
-    result.size = static_cast<int16_t>(chosen.pointSize());
-    result.bold = chosen.bold();
-    result.italic = chosen.italic();
+    if (chosen.family() != shown.family()) result.name = chosen.family().toStdString();
+    if (chosen.pointSize() != shown.pointSize()) result.size = static_cast<int16_t>(chosen.pointSize());
+    if (chosen.bold() != shown.bold()) result.bold = chosen.bold();
+    if (chosen.italic() != shown.italic()) result.italic = chosen.italic();
     return result;
 }
 

@@ -1,3 +1,4 @@
+#include "model/ExportPackage.h"
 #include "model/SlideShow.h"
 
 #include <gtest/gtest.h>
@@ -131,6 +132,19 @@ TEST_F(SlideShowTest, StructuralErrorsNameTheFileAndLine) {
             EXPECT_NE(error.Description().find(", line 2: "), std::string::npos) << error.Description();
         }
     }
+}
+
+TEST_F(SlideShowTest, FileErrorsAreMessagesInTheLanguageOfTheTexts) {
+    SetLanguage(1031);
+    InitResources();
+    EXPECT_EQ(RaisedBy([&] { Load("BLOCK SlideShow\nHELPTOPIC=abc\nEND\n"); }).Description(),
+              path_ + ", Zeile 2: \"abc\" ist keine ganze Zahl.");
+    EXPECT_EQ(RaisedBy([&] { Load("BLOCK SlideShow\nHELPTOPIC=99999\nEND\n"); }).Description(),
+              path_ + ", Zeile 2: 99999 ist zu groß oder zu klein: zulässig sind -32768 bis 32767.");
+    const std::string missing = dir_.File("missing.pdz");
+    EXPECT_EQ(RaisedBy([&] { show_.LoadFromFile(missing); }).Description(), "Die Datei \"" + missing + "\" ist nicht vorhanden.");
+    const std::string package = dir_.File("missing.exp");
+    EXPECT_EQ(RaisedBy([&] { ImportSlideShow(package, path_); }).Description(), "Die Datei \"" + package + "\" ist nicht vorhanden.");
 }
 
 TEST_F(SlideShowTest, FilesEndingInsideABlockFailAtEveryDepth) {

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "services/Error.h"
+#include "services/Language.h"
 
 namespace kvo {
 namespace {
@@ -46,6 +47,7 @@ TEST(Convert, BadTextIsTypeMismatchAndTooLargeIsOverflow) {
 }
 
 TEST(Convert, ErrorsNameTheTextThatFailed) {
+    InitResources();
     try {
         ToInteger("12abc");
         FAIL() << "no error";
@@ -54,6 +56,26 @@ TEST(Convert, ErrorsNameTheTextThatFailed) {
         EXPECT_NE(error.Description().find("\"12abc\""), std::string::npos) << error.Description();
         EXPECT_NE(std::string(error.what()).find("error 13"), std::string::npos);
     }
+}
+
+TEST(Convert, ErrorsAreMessagesInTheLanguageOfTheTexts) {
+    const auto description = [](auto call) {
+        try {
+            call();
+        } catch (const Error& error) {
+            return error.Description();
+        }
+        return std::string("no error");
+    };
+    SetLanguage(1031);
+    InitResources();
+    EXPECT_EQ(description([] { ToInteger("abc"); }), "\"abc\" ist keine ganze Zahl.");
+    EXPECT_EQ(description([] { ToInteger("40000"); }), "40000 ist zu groß oder zu klein: zulässig sind -32768 bis 32767.");
+    EXPECT_EQ(description([] { ToDouble("1,5"); }), "\"1,5\" ist keine Zahl.");
+    SetLanguage(1033);
+    InitResources();
+    EXPECT_EQ(description([] { ToInteger("abc"); }), "\"abc\" is not a whole number.");
+    EXPECT_EQ(description([] { ToByte("256"); }), "256 is too large or too small: allowed are 0 to 255.");
 }
 
 TEST(Convert, LongsDoublesAndSingles) {

@@ -38,5 +38,14 @@ TEST(RecentFiles, TheStoreIsReadWithJudgementAndWrittenWhole) {
     EXPECT_EQ(RecentFiles::DefaultStorePath(), store);
 }
 
+TEST(RecentFiles, FilesOfTheSameNameAreToldApartByTheirFolders) {
+    test::TempDir dir;
+    RecentFiles recent(dir.File("recent-files"));
+    for (const char* path : {"/srv/other.pdz", "/srv/b/line1/show.pdz", "/srv/a/line1/show.pdz", "/srv/a/line2/show.pdz", "/show.pdz"})
+        recent.Add(path);
+    EXPECT_EQ(recent.Labels(), (std::vector<std::string>{"show.pdz (/)", "show.pdz (line2)", "show.pdz (a/line1)",
+                                                         "show.pdz (b/line1)", "other.pdz"}));
+}
+
 }  // namespace
 }  // namespace kvo

@@ -4,6 +4,7 @@
 
 #include "TestSupport.h"
 #include "services/Paths.h"
+#include "services/RegEntry.h"
 
 namespace kvo {
 namespace {
@@ -17,6 +18,7 @@ protected:
     std::string Sample() const { return JoinPath(EditorDataDirectory(), "samples/GearHousing.pdz"); }
 
     test::TempDir dir_;
+    test::ScopedEnv store_{"ORLANVEX_REGISTRY", dir_.File("registry.reg")};
 };
 
 TEST_F(KvotoolTest, InfoAndCheckOnTheExampleShow) {
@@ -41,7 +43,14 @@ TEST_F(KvotoolTest, CheckReportsEveryProblemWithFileAndLine) {
 
     test::WriteFile(show, "BLOCK SlideShow\r\n\tHELPTOPIC=abc\r\nEND\r\n");
     EXPECT_EQ(Run("check " + show, &out), 1);
-    EXPECT_NE(out.find(show + ", line 2: Type mismatch"), std::string::npos) << out;
+    EXPECT_NE(out.find(show + ", line 2: \"abc\" is not a whole number."), std::string::npos) << out;
+
+    // The editor's language from the settings, as the editor takes it.
+    RegEntry entry;
+    entry.CreateKey("Tessiva\\Settings");
+    entry.SetString("DefaultLanguage", "1031");
+    EXPECT_EQ(Run("check " + show, &out), 1);
+    EXPECT_NE(out.find(show + ", Zeile 2: \"abc\" ist keine ganze Zahl."), std::string::npos) << out;
 }
 
 TEST_F(KvotoolTest, EvaluateAndAverageTheExampleReport) {

@@ -1,9 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <QtCore/QRegularExpression>
 #include <QtTest/QTest>
+#include <QtWidgets/QColorDialog>
+#include <QtWidgets/QFontDialog>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QScrollBar>
+#include <QtWidgets/QTextBrowser>
 #include <QtWidgets/QTabBar>
 
 #include "UiTestSupport.h"
@@ -17,8 +22,11 @@
 #include "ui/FormExport.h"
 #include "ui/FormHelp.h"
 #include "ui/FormImport.h"
+#include "ui/FormMain.h"
 #include "ui/FormOverwrite.h"
 #include "ui/FormProperties.h"
+#include "ui/QtLanguage.h"
+#include "ui/QtPrompt.h"
 
 namespace kvo {
 namespace {
@@ -87,6 +95,24 @@ TEST_F(DialogsTest, ImportReadsTheHeaderAndAsksBeforeReplacingTheTarget) {
     EXPECT_TRUE(dialog.Accepted());
 }
 
+TEST_F(DialogsTest, ThePackagesTimeIsShownInTheEditorsLanguage) {
+    struct English {
+        ~English() {
+            SetLanguage(1033);
+            ApplyLanguageToQt();
+        }
+    } restore;
+    SlideShow show;
+    show.SaveToFile(dir_.File("line.pdz"));
+    ExportSlideShow(dir_.File("line.pdz"), dir_.File("line.exp"), "");
+    SetLanguage(1031);
+    ApplyLanguageToQt();
+    FormImport dialog;
+    Child<QLineEdit>(dialog, "txtFileName").setText(QString::fromStdString(dir_.File("line.exp")));
+    const QString shown = Child<QLineEdit>(dialog, "txtDate").text();
+    EXPECT_TRUE(QRegularExpression("^\\d\\d\\.\\d\\d\\.\\d\\d \\d\\d:\\d\\d$").match(shown).hasMatch()) << shown.toStdString();
+}
+
 TEST_F(DialogsTest, OverwriteHasFourAnswers) {
     const struct {
         const char* button;
@@ -121,6 +147,10 @@ TEST_F(DialogsTest, PropertiesCountAndRefuseAMissingHelpFile) {
     EXPECT_EQ(Child<QLineEdit>(dialog, "txtName").text().toStdString(), "Housing");
     EXPECT_EQ(Child<QLineEdit>(dialog, "txtHelpTopic").text().toStdString(), "0");
 
+    Child<QPushButton>(dialog, "cmdBrowse").click();
+    ASSERT_EQ(prompt_.fileDialogs.size(), 1u);
+    EXPECT_EQ(prompt_.fileDialogs[0].title, "Help file");
+
     Child<QLineEdit>(dialog, "txtName").setText("Renamed");
     Child<QLineEdit>(dialog, "txtHelpFile").setText(QString::fromStdString(dir_.File("missing.html")));
     Child<QPushButton>(dialog, "cmdOK").click();
@@ -136,6 +166,41 @@ TEST_F(DialogsTest, PropertiesCountAndRefuseAMissingHelpFile) {
     EXPECT_EQ(show.HelpFile(), "");
 }
 
+TEST_F(DialogsTest, ChoosersOpenOnTheValueAndOkAloneChangesNothing) {
+    QWidget owner;
+    QtPrompt qt(&owner);
+    const auto accept = [](QWidget& dialog) { static_cast<QDialog&>(dialog).accept(); };
+    // A font this machine does not have, as icons from other stations name them.
+    const FontChoice courier{"Courier New", 10, true, false, 0x0000FF};
+    test::WhenDialogOpens(accept);
+    const auto same = qt.ChooseFont(courier);
+    ASSERT_TRUE(same);
+    EXPECT_EQ(same->name, "Courier New");
+    EXPECT_EQ(same->size, 10);
+    EXPECT_TRUE(same->bold);
+    test::WhenDialogOpens([](QWidget& dialog) {
+        auto& fonts = static_cast<QFontDialog&>(dialog);
+        QFont larger = fonts.currentFont();
+        larger.setPointSize(14);
+        fonts.setCurrentFont(larger);
+        fonts.accept();
+    });
+    const auto larger = qt.ChooseFont(courier);
+    ASSERT_TRUE(larger);
+    EXPECT_EQ(larger->size, 14);
+    EXPECT_EQ(larger->name, "Courier New");
+    EXPECT_TRUE(larger->bold);
+
+    const int32_t windowColor = static_cast<int32_t>(0x80000005);  // a system colour
+    test::WhenDialogOpens(accept);
+    EXPECT_EQ(qt.ChooseColor(windowColor), windowColor);
+    test::WhenDialogOpens([](QWidget& dialog) {
+        static_cast<QColorDialog&>(dialog).setCurrentColor(QColor(0x11, 0x22, 0x33));
+        static_cast<QColorDialog&>(dialog).accept();
+    });
+    EXPECT_EQ(qt.ChooseColor(windowColor), 0x332211);
+}
+
 TEST_F(DialogsTest, HelpOpensAtTheTopic) {
     SetEditorDirectory(EditorDataDirectory());
     ChooseHelpFile(1033, "TV");
@@ -147,6 +212,46 @@ TEST_F(DialogsTest, HelpOpensAtTheTopic) {
     ShowHelpContents(nullptr);
     EXPECT_EQ(FormHelp::Instance().CurrentAnchor().toStdString(), "contents");
     FormHelp::Instance().close();
+}
+
+}  // namespace
+}  // namespace kvo
+
+namespace kvo {
+namespace {
+
+TEST_F(DialogsTest, HelpCanBeUsedOverADialogAndClosesWithItsKeysAndWithTheEditor) {
+    SetEditorDirectory(EditorDataDirectory());
+    ChooseHelpFile(1033, "TV");
+    FormHelp& help = FormHelp::Instance();
+    QScrollBar* bar = help.findChild<QTextBrowser*>()->verticalScrollBar();
+    int scrolledTo = -1;
+    test::WhenDialogOpens([&](QWidget& dialog) {
+        test::Click(dialog, "cmdHelp");
+        bar->setValue(0);
+        QTest::keyClick(help.windowHandle(), Qt::Key_End);  // as the window system delivers it
+        scrolledTo = bar->value();
+        test::Click(dialog, "cmdCancel");
+    });
+    FormExport dialog("/srv/a.pdz");
+    dialog.exec();
+    EXPECT_GT(scrolledTo, 0);
+
+    EXPECT_TRUE(help.isVisible());
+    QTest::keyClick(&help, Qt::Key_Escape);
+    EXPECT_FALSE(help.isVisible());
+    ShowHelpContents(nullptr);
+    QTest::keyClick(&help, Qt::Key_W, Qt::ControlModifier);
+    EXPECT_FALSE(help.isVisible());
+
+    ShowHelpContents(nullptr);
+    {
+        FormMain window;
+        window.show();
+        EXPECT_TRUE(window.close());
+    }
+    EXPECT_FALSE(help.isVisible());  // nothing is left to keep the program running
+    EXPECT_FALSE(help.testAttribute(Qt::WA_QuitOnClose));
 }
 
 }  // namespace

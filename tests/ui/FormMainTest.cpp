@@ -2,7 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QFileInfo>
+#include <QtCore/QLibraryInfo>
+#include <QtCore/QPointer>
+#include <QtGui/QUndoStack>
+#include <QtWidgets/QDialogButtonBox>
 #include <QtPrintSupport/QPrinter>
+#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QMenuBar>
 #include <QtWidgets/QScrollBar>
@@ -18,6 +24,7 @@
 #include "services/Paths.h"
 #include "services/RegEntry.h"
 #include "services/StringIds.h"
+#include "ui/QtLanguage.h"
 #include "ui/SlideHost.h"
 #include "view/SlideView.h"
 
@@ -77,6 +84,8 @@ TEST_F(FormMainTest, OpeningShowsTheDocumentAndItsSlides) {
     EXPECT_TRUE(window->Saved());
     EXPECT_EQ(window->CurrentSlide(), 1);
     EXPECT_EQ(window->SlideScrollBar().maximum(), 3);
+    window->SlideScrollBar().triggerAction(QAbstractSlider::SliderPageStepAdd);  // a click in the track
+    EXPECT_EQ(window->CurrentSlide(), 2);
     window->SlideScrollBar().setValue(2);
     EXPECT_EQ(window->CurrentSlide(), 2);
     EXPECT_EQ(window->View().CurrentSlide(), &window->Document()->Slides().Item(2));
@@ -85,6 +94,20 @@ TEST_F(FormMainTest, OpeningShowsTheDocumentAndItsSlides) {
     // The scroll bar lies over the status bar's "scroll" panel.
     const QRect panel(window->ScrollPanel().mapTo(window->centralWidget(), QPoint(0, 0)), window->ScrollPanel().size());
     EXPECT_TRUE(panel.contains(window->SlideScrollBar().geometry().center()));
+}
+
+TEST_F(FormMainTest, TheTitleMarksUnsavedChanges) {
+    auto window = Window();
+    window->OpenDocument(show_);
+    const std::string title = LoadResString(Str::AppTitle) + ": GearHousing.pdz";
+    window->SlideAdd();
+    EXPECT_EQ(window->windowTitle().toStdString(), title + "*");
+    window->UndoStack().undo();
+    EXPECT_EQ(window->windowTitle().toStdString(), title);
+    window->SignalFileChanged();
+    EXPECT_EQ(window->windowTitle().toStdString(), title + "*");
+    window->FileSave();
+    EXPECT_EQ(window->windowTitle().toStdString(), title);
 }
 
 TEST_F(FormMainTest, AFileThatCannotBeReadLeavesTheWindowAsItWas) {
@@ -225,6 +248,81 @@ TEST_F(FormMainTest, SavingKeepsTheFormatAndAFailedSaveLosesNothing) {
     EXPECT_EQ(prompt_.shown.back().title, LoadResString(Str::FileErrorTitle));
 }
 
+TEST_F(FormMainTest, SavingUnderANameAddsTheExtensionAndAsksBeforeReplacing) {
+    auto window = Window();
+    window->OpenDocument(show_);
+    prompt_.files = {dir_.File("plain")};
+    window->FileSaveAs();
+    EXPECT_EQ(window->FileName(), dir_.File("plain.pdz"));
+    EXPECT_TRUE(fs::exists(dir_.File("plain.pdz")));
+    prompt_.files = {dir_.File("packed")};
+    window->FileSaveBinary();
+    EXPECT_EQ(window->FileName(), dir_.File("packed.pdx"));
+    EXPECT_EQ(test::ReadFile(dir_.File("packed.pdx")).substr(0, 7), "PDXFILE");
+    EXPECT_EQ(window->findChild<QAction*>("mnuFileRecent1")->text().toStdString(), "&1 packed.pdx");
+    EXPECT_TRUE(prompt_.questions.empty());  // nothing was there to replace
+
+    test::WriteFile(dir_.File("other.pdz"), "keep me");
+    test::WriteFile(dir_.File("slide.png"), "keep me");
+    prompt_.files = {dir_.File("other.pdz"), dir_.File("other.pdz"), dir_.File("slide")};
+    prompt_.answersToAsk = {Answer::No, Answer::No, Answer::No};
+    window->FileSaveAs();
+    window->FileSaveBinary();
+    window->FileCapture();
+    ASSERT_EQ(prompt_.questions.size(), 3u);
+    EXPECT_EQ(prompt_.questions[0].text, FormatResString(Str::ReplaceFile, {dir_.File("other.pdz")}));
+    EXPECT_EQ(prompt_.questions[2].text, FormatResString(Str::ReplaceFile, {dir_.File("slide.png")}));
+    EXPECT_EQ(test::ReadFile(dir_.File("other.pdz")), "keep me");
+    EXPECT_EQ(test::ReadFile(dir_.File("slide.png")), "keep me");
+    EXPECT_EQ(window->FileName(), dir_.File("packed.pdx"));
+
+    prompt_.files = {dir_.File("other.pdz"), dir_.File("slide.png")};
+    prompt_.answersToAsk = {Answer::Yes, Answer::Yes};
+    window->FileSaveAs();
+    window->FileCapture();
+    EXPECT_EQ(window->FileName(), dir_.File("other.pdz"));
+    EXPECT_NE(test::ReadFile(dir_.File("other.pdz")), "keep me");
+    EXPECT_EQ(test::ReadFile(dir_.File("slide.png")).substr(1, 3), "PNG");
+}
+
+TEST_F(FormMainTest, ExportAsksAboutUnsavedChangesInsteadOfSavingThem) {
+    auto window = Window();
+    window->OpenDocument(show_);
+    const std::string onDisk = test::ReadFile(show_);
+    window->Document()->SetName("changed");
+    window->SignalFileChanged();
+    const std::string package = dir_.File("out.exp");
+
+    bool opened = false;
+    QPointer<QTimer> guard = test::WhenDialogOpens([&](QWidget& dialog) {
+        opened = true;
+        test::Click(dialog, "cmdCancel");
+    });
+    prompt_.answersToAsk = {Answer::Cancel};
+    window->FileExport();
+    EXPECT_FALSE(opened);
+    delete guard;
+    ASSERT_EQ(prompt_.questions.size(), 1u);
+    EXPECT_EQ(prompt_.questions[0].text, LoadResString(Str::ExportAskSave));
+
+    // No: the package holds the file as it is on disk, and the changes stay unsaved.
+    test::WhenDialogOpens([&](QWidget& dialog) {
+        dialog.findChild<QLineEdit*>("txtFileName")->setText(QString::fromStdString(package));
+        test::Click(dialog, "cmdOK");
+    });
+    prompt_.answersToAsk = {Answer::No};
+    window->FileExport();
+    EXPECT_TRUE(fs::exists(package));
+    EXPECT_EQ(test::ReadFile(show_), onDisk);
+    EXPECT_FALSE(window->Saved());
+
+    test::WhenDialogOpens([](QWidget& dialog) { test::Click(dialog, "cmdCancel"); });
+    prompt_.answersToAsk = {Answer::Yes};
+    window->FileExport();
+    EXPECT_TRUE(window->Saved());
+    EXPECT_NE(test::ReadFile(show_), onDisk);
+}
+
 TEST_F(FormMainTest, WindowLayoutHasALowerBoundAndScreenSizes) {
     auto window = Window();
     window->resize(40, 40);
@@ -252,6 +350,10 @@ TEST_F(FormMainTest, PrintingToPdfWorksWithoutAPrinter) {
     prompt_.files = {dir_.File("slide")};
     window->FileCapture();
     EXPECT_TRUE(fs::exists(dir_.File("slide.png")));
+    prompt_.files = {dir_.File("no-such-folder/slide.png")};
+    window->FileCapture();
+    ASSERT_FALSE(prompt_.shown.empty());
+    EXPECT_EQ(prompt_.shown.back().text, FormatResString(Str::ImageNotWritten, {dir_.File("no-such-folder/slide.png")}));
 }
 
 TEST_F(FormMainTest, MenusSpeakTheLanguageOfTheSettings) {
@@ -260,6 +362,25 @@ TEST_F(FormMainTest, MenusSpeakTheLanguageOfTheSettings) {
     EXPECT_EQ(window->menuBar()->actions()[0]->text().toStdString(), "&Datei");
     EXPECT_EQ(window->findChild<QAction*>("mnuFileSaveAs")->text().toStdString(), "Speichern &unter...");
     EXPECT_EQ(window->windowTitle().toStdString(), "KVO-Editor");
+}
+
+TEST_F(FormMainTest, WhatQtDrawsItselfSpeaksTheLanguageOfTheSettings) {
+    if (!QFileInfo::exists(QLibraryInfo::path(QLibraryInfo::TranslationsPath) + "/qtbase_de.qm"))
+        GTEST_SKIP() << "Qt's German translations are not installed (qt6-translations-l10n)";
+    struct English {
+        ~English() {
+            SetLanguage(1033);
+            ApplyLanguageToQt();
+        }
+    } restore;
+    SetLanguage(1031);
+    ApplyLanguageToQt();
+    auto window = Window();
+    EXPECT_EQ(window->findChild<QAction*>("mnuFileNew")->shortcut().toString(QKeySequence::NativeText).toStdString(), "Strg+N");
+    EXPECT_EQ(window->findChild<QAction*>("mnuSlidePrevious")->shortcut().toString(QKeySequence::NativeText).toStdString(),
+              "Bild aufwärts");
+    QDialogButtonBox buttons(QDialogButtonBox::Cancel);
+    EXPECT_EQ(buttons.button(QDialogButtonBox::Cancel)->text().toStdString(), "Abbrechen");
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <QtGui/QClipboard>
+#include <QtGui/QInputMethodEvent>
 #include <QtGui/QMouseEvent>
 #include <QtTest/QTest>
 #include <QtWidgets/QComboBox>
@@ -207,6 +209,44 @@ TEST_F(IconEditingTest, PropertiesFilterKeysAndEnableByTheRules) {
     EXPECT_EQ(bigDialog.findChild<QLineEdit*>("txtIconName")->text(), "32767");
 }
 
+TEST_F(IconEditingTest, PastedAndComposedNamesPassTheSameFilterAsKeys) {
+    Icon icon;
+    icon.SetFeatureName("BORE1");
+    FormIconProperties dialog(icon);
+    auto* name = dialog.findChild<QLineEdit*>("txtIconName");
+    auto* ok = dialog.findChild<QPushButton*>("cmdOK");
+    const auto paste = [name](const char* text) {
+        QGuiApplication::clipboard()->setText(text);
+        name->paste();
+    };
+    const auto compose = [name](const char* text) {
+        QInputMethodEvent event;
+        event.setCommitString(text);
+        QApplication::sendEvent(name, &event);
+    };
+    name->clear();
+    paste("f1 x");
+    EXPECT_EQ(name->text(), "");
+    paste("f1");
+    EXPECT_EQ(name->text(), "F1");
+    EXPECT_FALSE(ok->isEnabled());
+    compose("0;");
+    EXPECT_EQ(name->text(), "F1");
+    compose("0");
+    EXPECT_EQ(name->text(), "F10");
+    EXPECT_TRUE(ok->isEnabled());
+    name->setText("f2");  // as an icon from an old file may hold it
+    EXPECT_FALSE(ok->isEnabled());
+
+    dialog.findChild<QRadioButton*>("optSeqNum")->setChecked(true);
+    name->setText("12");
+    paste("3a");
+    EXPECT_EQ(name->text(), "12");
+    paste("345");
+    paste("6");
+    EXPECT_EQ(name->text(), "12345");
+}
+
 TEST_F(IconEditingTest, PropertiesWriteThroughTheIconOnlyOnOk) {
     Icon icon;
     icon.SetFeatureName("BORE1");
@@ -244,6 +284,27 @@ TEST_F(IconEditingTest, PropertiesWriteThroughTheIconOnlyOnOk) {
     EXPECT_EQ(icon.LeaderBendPoint(), 30);
     ASSERT_EQ(icon.Values().Count(), 1);
     EXPECT_EQ(icon.Values().Item(1).Row(), 2);
+}
+
+TEST_F(IconEditingTest, AStrayLetterInANumberFieldIsRefusedAndTheNumberKept) {
+    Icon icon;
+    FormIconProperties properties(icon);
+    auto* bend = properties.findChild<QLineEdit*>("txtLeaderBend");
+    bend->clear();
+    QTest::keyClicks(bend, "4x");
+    EXPECT_EQ(bend->text(), "4");
+    QGuiApplication::clipboard()->setText("x");
+    bend->paste();
+    EXPECT_EQ(bend->text(), "4");
+    Value cell;
+    FormIconContents contents(cell, "Cell");
+    auto* percent = contents.findChild<QLineEdit*>("txtPercent");
+    percent->clear();
+    QTest::keyClicks(percent, "8x");
+    EXPECT_EQ(percent->text(), "8");
+    percent->clear();
+    QTest::keyClicks(percent, "-");
+    EXPECT_EQ(percent->text(), "-");  // on the way to a number
 }
 
 TEST_F(IconEditingTest, ContentsRefuseOneSidedTolerancesInTheWrongColumns) {

@@ -124,12 +124,19 @@ TEST_F(SlideCommandsTest, MovingSlidesFollowsTheSlide) {
 }
 
 TEST_F(SlideCommandsTest, HelpTopicAndTitleAskForText) {
-    prompt_.texts = {std::string("27"), std::string(""), std::string("Top")};
+    prompt_.texts = {std::string("27"), std::string("")};
     window_.SlideHelpTopic();
     EXPECT_EQ(window_.Document()->Slides().Item(1).HelpTopic(), 27);
     EXPECT_EQ(prompt_.askedText[0].text, LoadResString(Str::HelpTopicPrompt));
     window_.SlideHelpTopic();  // an empty answer keeps it
     EXPECT_EQ(window_.Document()->Slides().Item(1).HelpTopic(), 27);
+    prompt_.texts = {std::string("12a"), std::string("12")};
+    window_.SlideHelpTopic();  // asked again with the text to correct
+    ASSERT_EQ(prompt_.shown.size(), 1u);
+    EXPECT_EQ(prompt_.shown[0].text, LoadResString(Str::HelpTopicInvalid));
+    EXPECT_EQ(prompt_.lastDefault, "12a");
+    EXPECT_EQ(window_.Document()->Slides().Item(1).HelpTopic(), 12);
+    prompt_.texts = {std::string("Top")};
     window_.SlideTitle();
     EXPECT_EQ(Shown(), "Top");
     EXPECT_FALSE(window_.Saved());

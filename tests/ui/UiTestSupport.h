@@ -8,8 +8,9 @@
 
 namespace kvo::test {
 
-// Runs act on the modal dialog that the next call opens, once it is up.
-inline void WhenDialogOpens(std::function<void(QWidget&)> act) {
+// Runs act on the modal dialog that the next call opens, once it is up. The
+// timer returned may be deleted to stop waiting when no dialog is to open.
+inline QTimer* WhenDialogOpens(std::function<void(QWidget&)> act) {
     auto* timer = new QTimer;
     timer->setInterval(10);
     QObject::connect(timer, &QTimer::timeout, [timer, act] {
@@ -20,6 +21,7 @@ inline void WhenDialogOpens(std::function<void(QWidget&)> act) {
         }
     });
     timer->start();
+    return timer;
 }
 
 inline void Click(QWidget& dialog, const char* button) {
