@@ -2,6 +2,7 @@
 
 #include <QtGui/QMouseEvent>
 #include <QtGui/QPainter>
+#include <QtWidgets/QToolTip>
 
 #include <cmath>
 
@@ -193,6 +194,20 @@ void IconWidget::paintEvent(QPaintEvent*) {
         host_.View()->ViewPaint(index_, painter);
     } catch (...) {
     }
+}
+
+bool IconWidget::event(QEvent* event) {
+    if (event->type() != QEvent::ToolTip || host_.View() == nullptr) return QWidget::event(event);
+    const auto* help = static_cast<QHelpEvent*>(event);
+    const IconView* view = host_.View()->Views().FindByIndex(index_);
+    const QString text = view != nullptr ? view->CutTextAt(help->pos()) : QString();
+    if (text.isEmpty()) {
+        QToolTip::hideText();
+        event->ignore();
+    } else {
+        QToolTip::showText(help->globalPos(), text, this);
+    }
+    return true;
 }
 
 void IconWidget::mousePressEvent(QMouseEvent* event) {

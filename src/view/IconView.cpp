@@ -9,6 +9,7 @@
 #include "SlideView.h"
 #include "TypeImages.h"
 #include "model/Icon.h"
+#include "model/Value.h"
 #include "services/Convert.h"
 #include "services/Error.h"
 
@@ -101,11 +102,9 @@ void IconView::PaintBox(QPainter& painter) {
     painter.setPen(ToQColor(kButtonText));
     painter.drawText(strip.adjusted(kCellPadding, 0, -kCellPadding, 0), Qt::AlignLeft | Qt::AlignVCenter,
                      QString::fromStdString(icon_.Name()));
+    const QFontMetrics metrics(layout_.font);
     for (const auto& cell : icon_.Values()) {
-        const auto row = std::find(layout_.rows.begin(), layout_.rows.end(), cell->Row()) - layout_.rows.begin();
-        const auto column = std::find(layout_.columns.begin(), layout_.columns.end(), cell->Column()) - layout_.columns.begin();
-        const QRect box(1 + static_cast<int>(column) * layout_.cellWidth,
-                        1 + layout_.nameHeight + static_cast<int>(row) * layout_.cellHeight, layout_.cellWidth, layout_.cellHeight);
+        const QRect box = CellBox(*cell);
         FillRectangle(painter, StateColor(slideView_, cell->Tolerance()), box);
         painter.setPen(QColor(160, 160, 160));
         painter.drawRect(box.adjusted(0, 0, -1, -1));
@@ -113,8 +112,10 @@ void IconView::PaintBox(QPainter& painter) {
         if (!symbol.isNull())
             painter.drawImage(QPoint(box.left() + kCellPadding, box.top() + (box.height() - symbol.height()) / 2), symbol);
         painter.setPen(ToQColor(icon_.FontColor()));
-        painter.drawText(box.adjusted(kCellPadding + kTypeImageSize + kCellPadding, 0, -kCellPadding, 0),
-                         Qt::AlignRight | Qt::AlignVCenter, QString::fromStdString(cell->DisplayText()));
+        // Cut at the end, never at the start, so that what shows reads as the text's beginning.
+        const QRect textBox = TextBox(box);
+        painter.drawText(textBox, Qt::AlignRight | Qt::AlignVCenter,
+                         metrics.elidedText(QString::fromStdString(cell->DisplayText()), Qt::ElideRight, textBox.width()));
     }
     // Raised look: light on the top and left, black on the bottom and right.
     painter.setPen(QColor(224, 224, 224));
@@ -124,6 +125,28 @@ void IconView::PaintBox(QPainter& painter) {
     painter.drawLine(0, h - 1, w - 1, h - 1);
     painter.drawLine(w - 1, 0, w - 1, h - 1);
     painter.restore();
+}
+
+QRect IconView::CellBox(const Value& cell) const {
+    const auto row = std::find(layout_.rows.begin(), layout_.rows.end(), cell.Row()) - layout_.rows.begin();
+    const auto column = std::find(layout_.columns.begin(), layout_.columns.end(), cell.Column()) - layout_.columns.begin();
+    return QRect(1 + static_cast<int>(column) * layout_.cellWidth, 1 + layout_.nameHeight + static_cast<int>(row) * layout_.cellHeight,
+                 layout_.cellWidth, layout_.cellHeight);
+}
+
+QRect IconView::TextBox(const QRect& cellBox) { return cellBox.adjusted(kCellPadding + kTypeImageSize + kCellPadding, 0, -kCellPadding, 0); }
+
+QString IconView::CutTextAt(const QPoint& pixel) const {
+    const QFontMetrics metrics(layout_.font);
+    // The last cell drawn at a place is the one seen there.
+    const auto& cells = icon_.Values();
+    for (int32_t index = cells.Count(); index >= 1; --index) {
+        const Value& cell = cells.Item(index);
+        if (!CellBox(cell).contains(pixel)) continue;
+        const QString text = QString::fromStdString(cell.DisplayText());
+        return metrics.horizontalAdvance(text) > TextBox(CellBox(cell)).width() ? text : QString();
+    }
+    return {};
 }
 
 bool IconView::TagHitTest(int32_t x, int32_t y) const {

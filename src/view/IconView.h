@@ -14,6 +14,7 @@ namespace kvo {
 
 class Icon;
 class SlideView;
+class Value;
 
 // The on-screen form of one icon: its box, painted on an icon surface, and the
 // moving of the box and of its leader's end with the mouse.
@@ -61,6 +62,8 @@ public:
     static void FillRectangle(QPainter& painter, int32_t color, const QRect& rectangle);
 
     bool IsDragging() const { return iconDrag_ || leaderDrag_; }
+    // The whole text of the cell at pixel (x, y) of the box when the cell shows it cut; empty otherwise.
+    QString CutTextAt(const QPoint& pixel) const;
 
 private:
     struct Layout {
@@ -75,6 +78,8 @@ private:
 
     void LayOut();
     void PaintBox(QPainter& painter);
+    QRect CellBox(const Value& cell) const;
+    static QRect TextBox(const QRect& cellBox);
     std::vector<QRect> FrameFeedback(const QRect& box) const;
     std::vector<QRect> SquareFeedback(const QPoint& center) const;
 

@@ -362,6 +362,27 @@ TEST_F(SlideViewTest, ViewsFollowTheSlideAndItsIcons) {
     EXPECT_EQ(std::count(owner_.surfaces.begin(), owner_.surfaces.end(), nullptr), 3);  // every surface is gone
 }
 
+// A text longer than its cell shows whole where the cut one is.
+TEST_F(SlideViewTest, ATextTooLongForItsCellIsOfferedWhole) {
+    Icon& icon = slide_.Icons().Add();
+    const std::string remark = "visual check: no burrs on the whole sealing face";
+    Value& longCell = icon.Values().Add();
+    longCell.SetColumn(0);
+    longCell.SetCurrentValue(Variant(remark));
+    Value& shortCell = icon.Values().Add();
+    shortCell.SetColumn(1);
+    shortCell.SetCurrentValue(Variant(std::string("ok")));
+    SlideView& view = Bind();
+    IconView& iconView = view.Views().Item(1);
+    const int width = static_cast<int>(owner_.surfaces[0]->Width() / host_.TwipsPerPixelX());
+    const int height = static_cast<int>(owner_.surfaces[0]->Height() / host_.TwipsPerPixelY());
+    const int cellWidth = (width - 2) / 2;
+    const int row = height - 5;
+    EXPECT_EQ(iconView.CutTextAt(QPoint(cellWidth / 2, row)).toStdString(), remark);
+    EXPECT_TRUE(iconView.CutTextAt(QPoint(cellWidth + cellWidth / 2, row)).isEmpty());
+    EXPECT_TRUE(iconView.CutTextAt(QPoint(cellWidth / 2, 2)).isEmpty());  // the name strip
+}
+
 TEST_F(SlideViewTest, RenamingAndTheTypeImages) {
     test::RecordingPrompt prompt;
     SlideView& view = Bind();
