@@ -279,6 +279,10 @@ namespace kvo::Str {
     X(PackageFileChanged, 31722)         \
     X(PackageTruncated, 31723)           \
     X(ImageNotWritten, 31724)            \
+    X(NoPictureEditor, 31725)            \
+    X(ChooseProgramTitle, 31726)         \
+    X(ProgramFilter, 31727)              \
+    X(ProgramNotStarted, 31728)          \
     X(HelpTopicInvalid, 31730)           \
     X(ImportOutsideAsk, 31900)           \
     X(ImportOutsideTitle, 31901)         \

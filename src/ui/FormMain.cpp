@@ -2,6 +2,9 @@
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QFileSystemWatcher>
+#include <QtCore/QMimeDatabase>
+#include <QtCore/QProcess>
+#include <QtCore/QStandardPaths>
 #include <QtCore/QUrl>
 #include <QtGui/QDesktopServices>
 
@@ -789,8 +792,40 @@ void FormMain::BackEdit() {
     if (slide == nullptr || slide->PictureFile().empty()) return;
     const QString file = QString::fromStdString(slide->PictureFile());
     if (!pictureWatcher_->files().contains(file)) pictureWatcher_->addPath(file);
+    const QString kind = QFileInfo(file).suffix().toUpper();
+    const auto chosen = pictureEditors_.find(kind);
+    if (chosen != pictureEditors_.end()) {
+        StartPictureEditor(chosen->second, file);
+        return;
+    }
     // The desktop knows which application edits bitmaps and which metafiles.
-    QDesktopServices::openUrl(QUrl::fromLocalFile(file));
+    if (HasRegisteredEditor(file) && QDesktopServices::openUrl(QUrl::fromLocalFile(file))) return;
+    const std::string type = QMimeDatabase().mimeTypeForFile(file).comment().toStdString();
+    if (CurrentPrompt().Ask(FormatResString(Str::NoPictureEditor, {slide->PictureFile(), type}), S(Str::AppTitle), false) !=
+        Answer::Yes)
+        return;
+    const auto program = CurrentPrompt().ChooseOpenFile({S(Str::ChooseProgramTitle), S(Str::ProgramFilter), "/usr/bin", ""});
+    if (!program || program->empty()) return;
+    if (StartPictureEditor(QString::fromStdString(*program), file)) pictureEditors_[kind] = QString::fromStdString(*program);
+}
+
+bool FormMain::HasRegisteredEditor(const QString& file) {
+    const QString query = QStandardPaths::findExecutable("xdg-mime");
+    if (query.isEmpty()) return false;
+    QProcess process;
+    process.start(query, {"query", "default", QMimeDatabase().mimeTypeForFile(file).name()});
+    if (!process.waitForFinished(3000)) {
+        process.kill();
+        process.waitForFinished();
+        return false;
+    }
+    return process.exitCode() == 0 && !process.readAllStandardOutput().trimmed().isEmpty();
+}
+
+bool FormMain::StartPictureEditor(const QString& program, const QString& file) {
+    if (QProcess::startDetached(program, {file})) return true;
+    CurrentPrompt().Message(FormatResString(Str::ProgramNotStarted, {program.toStdString()}), S(Str::AppTitle), MessageKind::Stop);
+    return false;
 }
 
 void FormMain::FileNew() {

@@ -5,6 +5,7 @@
 #include <array>
 #include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -91,8 +92,8 @@ public:
     void BackColor();
     void BackUpdate();
     void BackPosition();
-    // Opens the picture in the application the desktop has for it, and shows
-    // every edit saved there.
+    // Opens the picture in the application the desktop has for it, or in one
+    // the user chooses when there is none, and shows every edit saved there.
     void BackEdit();
 
     void InsertIcon();
@@ -138,6 +139,9 @@ private:
     // Runs one edit and records it as an undoable step named text when it
     // changed the document; slide is the one slide it touches, 0 the whole show.
     void Edit(const QString& text, int slide, const std::function<void()>& edit);
+    // Whether the desktop names a default application for the file's type.
+    static bool HasRegisteredEditor(const QString& file);
+    static bool StartPictureEditor(const QString& program, const QString& file);
     std::string Snapshot(int slide) const;
     // Puts a snapshot back and shows slide current, with new views for its icons.
     void PutBack(int slide, const std::string& snapshot, int current);
@@ -185,6 +189,7 @@ private:
     QScrollBar* hsSlide_;
     QPushButton* cmdDelayedResize_;
     QFileSystemWatcher* pictureWatcher_;
+    std::map<QString, QString> pictureEditors_;  // picture kind (upper-cased extension) to the program chosen for it
     QMenu* iconMenu_;
     QMenu* fileMenu_ = nullptr;
     QAction* exitAction_ = nullptr;

@@ -6,6 +6,7 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QScrollBar>
+#include <QtWidgets/QSpinBox>
 #include <QtWidgets/QVBoxLayout>
 
 #include <cmath>
@@ -53,15 +54,18 @@ FormPosition::FormPosition(Slide& slide, bool scaleable, double widthShare, doub
         scroll->setValue(std::clamp(value, minimum, 100));
         scroll->setPageStep(10);
         scroll->setMinimumWidth(200);
+        scroll->setFocusPolicy(Qt::StrongFocus);  // arrow keys move it one percent
+        scroll->setInvertedControls(false);  // Right raises the value, as the bar's right arrow does
+        auto* number = new QSpinBox(this);
+        number->setObjectName(QString(name).replace("hs", "txt"));
+        number->setRange(minimum, 100);
+        number->setSuffix(" %");
+        number->setValue(scroll->value());
         auto* label = new QLabel(Caption(caption), this);
-        label->setBuddy(scroll);
-        auto* number = new QLabel(this);
-        number->setMinimumWidth(40);
-        number->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-        const auto show = [number](int v) { number->setText(QString("%1 %").arg(v)); };
-        show(scroll->value());
-        connect(scroll, &QScrollBar::valueChanged, this, [this, show](int v) {
-            show(v);
+        label->setBuddy(number);
+        connect(number, &QSpinBox::valueChanged, scroll, &QScrollBar::setValue);
+        connect(scroll, &QScrollBar::valueChanged, this, [this, number](int v) {
+            number->setValue(v);
             UpdatePreview();
         });
         grid->addWidget(label, row, 0);

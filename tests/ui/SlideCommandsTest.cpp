@@ -3,6 +3,7 @@
 #include <QtTest/QTest>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QScrollBar>
+#include <QtWidgets/QSpinBox>
 
 #include <filesystem>
 
@@ -153,8 +154,26 @@ TEST_F(SlideCommandsTest, BackgroundCommands) {
     window_.View().LoadPicture();
     EXPECT_EQ(window_.View().PictureRect().width(), 200 * 15);
 
+    // No program set up for the type (no xdg-mime to tell one): the user is
+    // told, chooses one, and it is used again without asking.
+    const std::string editor = dir_.File("editor.sh"), opened = dir_.File("opened.txt");
+    test::WriteFile(editor, "#!/bin/sh\necho \"$1\" >> '" + opened + "'\n");
+    fs::permissions(editor, fs::perms::owner_all);
+    {
+        test::ScopedEnv path("PATH", dir_.File("bin"));
+        prompt_.answersToAsk = {Answer::Yes};
+        prompt_.files = {editor};
+        window_.BackEdit();
+        ASSERT_EQ(prompt_.questions.size(), 1u);
+        EXPECT_NE(prompt_.questions[0].text.find("plan.bmp"), std::string::npos) << prompt_.questions[0].text;
+        EXPECT_EQ(prompt_.fileDialogs.back().title, LoadResString(Str::ChooseProgramTitle));
+        window_.BackEdit();
+        EXPECT_EQ(prompt_.questions.size(), 1u);
+    }
+    const std::string twice = dir_.File("pictures/plan.bmp") + "\n" + dir_.File("pictures/plan.bmp") + "\n";
+    EXPECT_TRUE(QTest::qWaitFor([&] { return fs::exists(opened) && test::ReadFile(opened) == twice; }, 5000));
+
     // An edit saved by another program shows without a further step.
-    window_.BackEdit();
     test::WriteFile(dir_.File("pictures/plan.bmp"), test::Bmp(300, 100));
     EXPECT_TRUE(QTest::qWaitFor([&] {
         QApplication::processEvents();
@@ -175,8 +194,17 @@ TEST_F(SlideCommandsTest, PositionDialogInBothModes) {
     Slide& slide = window_.Document()->Slides().Item(1);
     test::WhenDialogOpens([](QWidget& dialog) {
         EXPECT_FALSE(dialog.findChild<QScrollBar*>("hsWidth")->isVisible());  // a bitmap only moves
-        dialog.findChild<QScrollBar*>("hsLeft")->setValue(30);
-        dialog.findChild<QScrollBar*>("hsTop")->setValue(70);
+        // From the keyboard: a number typed, and a bar moved with the arrow keys.
+        auto* left = dialog.findChild<QSpinBox*>("txtLeft");
+        left->selectAll();
+        QTest::keyClicks(left, "30");
+        EXPECT_EQ(dialog.findChild<QScrollBar*>("hsLeft")->value(), 30);
+        auto* top = dialog.findChild<QScrollBar*>("hsTop");
+        top->setValue(68);
+        EXPECT_NE(top->focusPolicy() & Qt::TabFocus, 0);
+        QTest::keyClick(top, Qt::Key_Right);
+        QTest::keyClick(top, Qt::Key_Right);
+        EXPECT_EQ(dialog.findChild<QSpinBox*>("txtTop")->value(), 70);
         test::Click(dialog, "cmdOK");
     });
     EXPECT_TRUE(FormPosition::PositionFixed(slide, 0.5, 0.5, 1.5, &window_));
