@@ -2,6 +2,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtGui/QFontInfo>
 #include <QtWidgets/QColorDialog>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QFontDialog>
@@ -130,9 +131,10 @@ std::optional<FontChoice> QtPrompt::ChooseFont(const FontChoice& initial) {
     font.setPointSize(initial.size);
     font.setBold(initial.bold);
     font.setItalic(initial.italic);
+    // A font this machine lacks opens on the substitute the icon is drawn in;
+    // only what the user changed from there may change the icon's font.
+    font.setFamily(QFontInfo(font).family());
     QFontDialog dialog(font, parent_);
-    // A font this machine lacks opens on a substitute; only what the user
-    // changed from there may change the icon's font.
     const QFont shown = dialog.currentFont();
     if (dialog.exec() != QDialog::Accepted) return std::nullopt;
     const QFont chosen = dialog.selectedFont();

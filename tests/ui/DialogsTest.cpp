@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <QtCore/QRegularExpression>
+#include <QtGui/QFontInfo>
 #include <QtTest/QTest>
 #include <QtWidgets/QColorDialog>
 #include <QtWidgets/QFontDialog>
@@ -172,12 +173,18 @@ TEST_F(DialogsTest, ChoosersOpenOnTheValueAndOkAloneChangesNothing) {
     const auto accept = [](QWidget& dialog) { static_cast<QDialog&>(dialog).accept(); };
     // A font this machine does not have, as icons from other stations name them.
     const FontChoice courier{"Courier New", 10, true, false, 0x0000FF};
-    test::WhenDialogOpens(accept);
+    QString opened;
+    test::WhenDialogOpens([&](QWidget& dialog) {
+        const QFont current = static_cast<QFontDialog&>(dialog).currentFont();
+        opened = current.family() + (current.bold() ? " bold" : "");
+        static_cast<QDialog&>(dialog).accept();
+    });
     const auto same = qt.ChooseFont(courier);
     ASSERT_TRUE(same);
     EXPECT_EQ(same->name, "Courier New");
     EXPECT_EQ(same->size, 10);
     EXPECT_TRUE(same->bold);
+    EXPECT_EQ(opened.toStdString(), (QFontInfo(QFont("Courier New")).family() + " bold").toStdString());  // the substitute that icons are drawn in
     test::WhenDialogOpens([](QWidget& dialog) {
         auto& fonts = static_cast<QFontDialog&>(dialog);
         QFont larger = fonts.currentFont();
