@@ -7,6 +7,9 @@
 #include <limits>
 
 #include "services/Error.h"
+#include "services/Language.h"
+#include "services/StringIds.h"
+#include "services/Text.h"
 
 namespace kvo {
 
@@ -106,15 +109,13 @@ void DataFile::ReadBytes(char* data, std::size_t count, const char* source) {
         }
     }
     if (done != count)
-        throw Error(ErrorNumber::InputPastEnd, source,
-                    "Input past end of file: \"" + fileName_ + "\" ends inside the item at byte " +
-                        std::to_string(readPosition_));
+        throw Error(ErrorNumber::InputPastEnd, source, FormatResString(Str::FileEndsEarly, {fileName_}));
     readPosition_ += count;
 }
 
 void DataFile::Skip(uint64_t count, const char* source) {
     if (count > Remaining())
-        throw Error(ErrorNumber::InputPastEnd, source, "Input past end of file: \"" + fileName_ + "\" is shorter than it says");
+        throw Error(ErrorNumber::InputPastEnd, source, FormatResString(Str::FileEndsEarly, {fileName_}));
     const uint64_t buffered = bufferEnd_ - bufferAt_;
     if (count <= buffered) {
         bufferAt_ += static_cast<std::size_t>(count);
@@ -136,7 +137,7 @@ void DataFile::Seek(uint64_t position) {
 void DataFile::WriteBytes(const char* data, std::size_t count, const char* source) {
     if (out_ == nullptr) throw Error(ErrorNumber::InvalidCall, source, "\"" + fileName_ + "\" is not open for writing");
     out_->write(data, static_cast<std::streamsize>(count));
-    if (!*out_) throw Error(ErrorNumber::FileAccess, source, "Cannot write \"" + fileName_ + "\" (is the disk full?)");
+    if (!*out_) throw Error(ErrorNumber::FileAccess, source, FormatResString(Str::FileNotWritten, {fileName_}));
 }
 
 template <typename T>
@@ -180,8 +181,7 @@ std::string DataFile::ReadString(const char* source) {
 
 void DataFile::CheckStringLength(std::string_view value, const char* source) {
     if (value.size() > static_cast<std::size_t>(std::numeric_limits<int16_t>::max()))
-        throw Error(ErrorNumber::Overflow, source,
-                    "Overflow: a text of " + std::to_string(value.size()) + " bytes is longer than 32767");
+        throw Error(ErrorNumber::Overflow, source, FormatResString(Str::TextTooLongForBinary, {std::to_string(value.size()), Excerpt(value)}));
 }
 
 void DataFile::WriteString(std::string_view value, const char* source) {

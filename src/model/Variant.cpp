@@ -4,6 +4,8 @@
 
 #include "services/Convert.h"
 #include "services/Error.h"
+#include "services/Language.h"
+#include "services/StringIds.h"
 #include "services/Text.h"
 
 namespace kvo {
@@ -119,8 +121,7 @@ Variant Variant::Decode(std::string_view text) {
     if (EqualsNoCase(word, "STRING")) return Variant(std::string(rest));
     if (EqualsNoCase(word, "BOOLEAN")) return Variant(kvo::ToBoolean(number));
     if (EqualsNoCase(word, "BYTE")) return Variant(kvo::ToByte(number));
-    throw Error(ErrorNumber::TypeMismatch, "Variant",
-                "Type mismatch: \"" + Excerpt(text) + "\" is no value (expected EMPTY, NULL or a kind such as DOUBLE|0.5)");
+    throw Error(ErrorNumber::TypeMismatch, "Variant", FormatResString(Str::NotAValue, {Excerpt(text)}));
 }
 
 }  // namespace kvo

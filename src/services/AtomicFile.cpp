@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "Error.h"
+#include "Language.h"
+#include "StringIds.h"
 #include "Text.h"
 
 namespace kvo {
@@ -98,14 +100,14 @@ AtomicFile::AtomicFile(const std::string& target) : target_(ResolveLinks(target)
     const std::filesystem::path path(target_);
     struct stat existing {};
     const bool exists = lstat(target_.c_str(), &existing) == 0;
-    if (exists && !S_ISREG(existing.st_mode)) Fail("it is not an ordinary file", 0);
-    if (exists && access(target_.c_str(), W_OK) != 0) Fail("it is read-only", errno);
+    if (exists && !S_ISREG(existing.st_mode)) Fail(Str::WriteNotOrdinary, 0);
+    if (exists && access(target_.c_str(), W_OK) != 0) Fail(Str::WriteReadOnly, errno);
     RemoveStaleTemporaries(path.parent_path());
     std::string pattern = TemporaryPattern(path);
     std::vector<char> name(pattern.begin(), pattern.end());
     name.push_back('\0');
     const int fd = mkstemp(name.data());
-    if (fd < 0) Fail("cannot create a temporary file beside it", errno);
+    if (fd < 0) Fail(Str::WriteNoTemporary, errno);
     temporary_ = name.data();
     // Keep the permissions of the file being replaced (set at the commit, so a
     // read-only file can still be written here); a new file gets the usual ones.
@@ -116,7 +118,7 @@ AtomicFile::AtomicFile(const std::string& target) : target_(ResolveLinks(target)
 std::ostream& AtomicFile::Stream() {
     if (!stream_.is_open()) {
         stream_.open(temporary_, std::ios::binary | std::ios::trunc);
-        if (!stream_) Fail("cannot open the temporary file", errno);
+        if (!stream_) Fail(Str::WriteNoTemporary, errno);
     }
     return stream_;
 }
@@ -133,18 +135,18 @@ void AtomicFile::Close() {
     stream_.flush();
     const bool written = static_cast<bool>(stream_);
     stream_.close();
-    if (!written || stream_.fail()) Fail("writing failed (is the disk full?)", errno);
+    if (!written || stream_.fail()) Fail(Str::WriteFailed, errno);
 }
 
 void AtomicFile::Replace() {
     chmod(temporary_.c_str(), mode_);
-    if (rename(temporary_.c_str(), target_.c_str()) != 0) Fail("cannot replace it", errno);
+    if (rename(temporary_.c_str(), target_.c_str()) != 0) Fail(Str::WriteNotReplaced, errno);
     committed_ = true;
 }
 
 void AtomicFile::Commit() {
     Close();
-    if (!SyncPath(temporary_, O_RDONLY)) Fail("cannot flush it to disk", errno);
+    if (!SyncPath(temporary_, O_RDONLY)) Fail(Str::WriteNotFlushed, errno);
     Replace();
     SyncPath(std::filesystem::path(target_).parent_path().string(), O_RDONLY | O_DIRECTORY);
 }
@@ -174,7 +176,7 @@ void AtomicFile::CommitAll(const std::vector<AtomicFile*>& files) {
         file->Close();
         temporaries.push_back(file->temporary_);
     }
-    if (!SyncFileSystems(temporaries)) files.front()->Fail("cannot flush it to disk", errno);
+    if (!SyncFileSystems(temporaries)) files.front()->Fail(Str::WriteNotFlushed, errno);
     std::vector<std::string> targets;
     for (AtomicFile* file : files) {
         file->Replace();
@@ -183,8 +185,8 @@ void AtomicFile::CommitAll(const std::vector<AtomicFile*>& files) {
     SyncFileSystems(targets);
 }
 
-void AtomicFile::Fail(const std::string& what, int errorNumber) {
-    std::string description = "Cannot write \"" + target_ + "\": " + what;
+void AtomicFile::Fail(int32_t reason, int errorNumber) {
+    std::string description = FormatResString(Str::FileNotWrittenBecause, {target_, LoadResString(reason)});
     if (errorNumber != 0) description += " (" + std::string(std::strerror(errorNumber)) + ")";
     throw Error(ErrorNumber::FileAccess, kSource, description);
 }

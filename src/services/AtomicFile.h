@@ -48,7 +48,8 @@ public:
 
 private:
     void Replace();
-    [[noreturn]] void Fail(const std::string& what, int errorNumber);
+    // reason: a string id completing "The file ... cannot be written:".
+    [[noreturn]] void Fail(int32_t reason, int errorNumber);
 
     std::string target_;
     std::string temporary_;

@@ -283,7 +283,17 @@ namespace kvo::Str {
     X(ChooseProgramTitle, 31726)         \
     X(ProgramFilter, 31727)              \
     X(ProgramNotStarted, 31728)          \
+    X(FileNotWrittenBecause, 31729)      \
     X(HelpTopicInvalid, 31730)           \
+    X(WriteNotOrdinary, 31731)           \
+    X(WriteReadOnly, 31732)              \
+    X(WriteNoTemporary, 31733)           \
+    X(WriteFailed, 31734)                \
+    X(WriteNotReplaced, 31735)           \
+    X(WriteNotFlushed, 31736)            \
+    X(TextTooLongForBinary, 31737)       \
+    X(FileEndsEarly, 31738)              \
+    X(NotAValue, 31739)                  \
     X(ImportOutsideAsk, 31900)           \
     X(ImportOutsideTitle, 31901)         \
     X(ImportShowUnreadable, 31902)       \

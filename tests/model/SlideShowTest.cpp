@@ -145,6 +145,22 @@ TEST_F(SlideShowTest, FileErrorsAreMessagesInTheLanguageOfTheTexts) {
     EXPECT_EQ(RaisedBy([&] { show_.LoadFromFile(missing); }).Description(), "Die Datei \"" + missing + "\" ist nicht vorhanden.");
     const std::string package = dir_.File("missing.exp");
     EXPECT_EQ(RaisedBy([&] { ImportSlideShow(package, path_); }).Description(), "Die Datei \"" + package + "\" ist nicht vorhanden.");
+    EXPECT_EQ(RaisedBy([&] { Load("BLOCK SlideShow\nBLOCK Slide\nBLOCK Icon\nBLOCK Value\nVALUE=abc\nEND\nEND\nEND\nEND\n"); }).Description(),
+              path_ + ", Zeile 5: \"abc\" ist kein Wert (erwartet: EMPTY, NULL oder eine Art mit Wert wie DOUBLE|0.5).");
+
+    // Writing: a text the binary format cannot hold, a target that is a folder, a file cut short.
+    SlideShow show;
+    show.Slides().Add().SetName(std::string(40000, 'x'));
+    const std::string binary = dir_.File("show.pdx");
+    EXPECT_EQ(RaisedBy([&] { show.SaveToBinary(binary); }).Description().find("Ein Text von 40000 Byte ist zu lang für das Binärformat"), 0u);
+    show.Slides().Item(1).SetName("Front");
+    EXPECT_EQ(RaisedBy([&] { show.SaveToBinary(dir_.Path()); }).Description(),
+              "Die Datei \"" + dir_.Path() + "\" kann nicht geschrieben werden: sie ist keine gewöhnliche Datei.");
+    show.SaveToBinary(binary);
+    const std::string whole = test::ReadFile(binary);
+    test::WriteFile(binary, whole.substr(0, whole.size() - 3));
+    EXPECT_EQ(RaisedBy([&] { SlideShow().LoadFromFile(binary); }).Description(),
+              "Die Datei \"" + binary + "\" endet vor ihrem Inhalt: Sie ist beschädigt oder wurde abgeschnitten.");
 }
 
 TEST_F(SlideShowTest, FilesEndingInsideABlockFailAtEveryDepth) {
