@@ -1,19 +1,24 @@
 // Painting a slide: 500 and 1000 icons on a WMF background, in milliseconds per frame
-// (the budget of a 60 Hz screen is 16.7 ms), and the load time of each kind of
-// picture (a WMF and an EMF start their helper process; a BMP is read in place).
+// (the budget of a 60 Hz screen is 16.7 ms), the load time of each kind of
+// picture (a WMF and an EMF start their helper process; a BMP is read in place),
+// and the GUI thread's time for one slide change of a show of metafile backgrounds.
 #include <benchmark/benchmark.h>
 
 #include <QtGui/QGuiApplication>
 #include <QtGui/QImage>
 #include <QtGui/QPainter>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <memory>
+#include <vector>
 
 #include "model/Slide.h"
 #include "services/Language.h"
 #include "view/OffscreenSurfaces.h"
 #include "view/Picture.h"
+#include "view/PictureCache.h"
 #include "view/SlideView.h"
 
 namespace fs = std::filesystem;
@@ -97,6 +102,73 @@ void BM_LoadEmf(benchmark::State& state) { LoadPicture<kvo::Metafile>(state, "em
 BENCHMARK(BM_LoadBmp)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_LoadWmf)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_LoadEmf)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// A generated 30-slide show with every corpus metafile as a background in turn;
+// with withPictures false, the same show without pictures: the floor of a slide change.
+std::vector<std::unique_ptr<kvo::Slide>> ThirtySlides(bool withPictures) {
+    std::vector<std::string> pictures;
+    for (const char* folder : {"wmf", "emf"})
+        if (fs::is_directory(kCorpus / folder))
+            for (const auto& entry : fs::directory_iterator(kCorpus / folder)) pictures.push_back(entry.path().string());
+    std::sort(pictures.begin(), pictures.end());
+    std::vector<std::unique_ptr<kvo::Slide>> slides;
+    if (pictures.empty()) return slides;
+    for (std::size_t i = 0; i < 30; ++i) {
+        slides.push_back(std::make_unique<kvo::Slide>());
+        if (withPictures) slides.back()->SetPictureFile(pictures[i % pictures.size()]);
+        kvo::Icon& icon = slides.back()->Icons().Add();
+        icon.SetSequenceNumber(1);
+    }
+    return slides;
+}
+
+enum class Visit { Floor, Cold, Warm };
+
+// One slide change: the next slide set on the view and painted once, at
+// range(0) x range(1) pixels. Cold visits find no picture decoded or drawn.
+void SlideChange(benchmark::State& state, Visit visit) {
+    auto slides = ThirtySlides(visit != Visit::Floor);
+    if (slides.empty()) {
+        state.SkipWithError("the picture corpus is absent");
+        return;
+    }
+    const int width = static_cast<int>(state.range(0)), height = static_cast<int>(state.range(1));
+    kvo::OffscreenHost host(width, height);
+    kvo::OffscreenOwner owner(host);
+    kvo::SlideView view(owner, host);
+    QImage frame(width, height, QImage::Format_ARGB32_Premultiplied);
+    const auto show = [&](kvo::Slide& slide) {
+        view.SetSlide(&slide);
+        frame.fill(Qt::white);
+        QPainter painter(&frame);
+        view.HostPaint(painter);
+    };
+    kvo::PictureCache& cache = kvo::PictureCache::Shared();
+    const auto forget = [&] {
+        cache.SetBudget(0);
+        cache.SetBudget(kvo::PictureCache::kDefaultBudget);
+    };
+    forget();
+    if (visit == Visit::Warm)
+        for (auto& slide : slides) show(*slide);
+    std::size_t next = 0;
+    for (auto _ : state) {
+        if (visit == Visit::Cold) {
+            state.PauseTiming();
+            forget();
+            state.ResumeTiming();
+        }
+        show(*slides[next++ % slides.size()]);
+    }
+    state.counters["cache_MB"] = static_cast<double>(cache.Bytes()) / (1 << 20);
+    view.SetSlide(nullptr);
+}
+void BM_SlideChangeFloor(benchmark::State& state) { SlideChange(state, Visit::Floor); }
+void BM_SlideChangeCold(benchmark::State& state) { SlideChange(state, Visit::Cold); }
+void BM_SlideChangeWarm(benchmark::State& state) { SlideChange(state, Visit::Warm); }
+BENCHMARK(BM_SlideChangeFloor)->Args({1280, 960})->Args({1920, 1080})->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_SlideChangeCold)->Args({1280, 960})->Args({1920, 1080})->Iterations(30)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_SlideChangeWarm)->Args({1280, 960})->Args({1920, 1080})->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 

@@ -182,12 +182,15 @@ std::string ConvertEmf(std::vector<char> bytes, std::string& out) {
     }
     std::string text(svg, svgLength);
     std::free(svg);
-    // The frame in device units, through the reference device's size in pixels and millimetres.
+    // The frame in device units, through the reference device's size in pixels
+    // and millimetres; libemf2svg has moved the drawing by minus the corner of
+    // the header's bounds, and the frame moves with it.
     const double devicePerMmX = Int32At(bytes, 80) > 0 ? static_cast<double>(Int32At(bytes, 72)) / Int32At(bytes, 80) : 0;
     const double devicePerMmY = Int32At(bytes, 84) > 0 ? static_cast<double>(Int32At(bytes, 76)) / Int32At(bytes, 84) : 0;
     const long outWidth = std::lround(width), outHeight = std::lround(height);
     if (frameWidth >= 1 && frameHeight >= 1 && devicePerMmX > 0 && devicePerMmY > 0)
-        text = FramedSvg(std::move(text), Int32At(bytes, 24) / 100.0 * devicePerMmX, Int32At(bytes, 28) / 100.0 * devicePerMmY,
+        text = FramedSvg(std::move(text), Int32At(bytes, 24) / 100.0 * devicePerMmX - Int32At(bytes, 8),
+                         Int32At(bytes, 28) / 100.0 * devicePerMmY - Int32At(bytes, 12),
                          Span(bytes, 24, 32) / 100.0 * devicePerMmX,
                          Span(bytes, 28, 36) / 100.0 * devicePerMmY, outWidth, outHeight);
     out = kvo::PictureProtocol::kSvgTag;

@@ -35,11 +35,14 @@ constexpr unsigned kLargestSide = 100000;
 
 struct Device {
     QPainter* painter = nullptr;
-    // A placeable file maps its frame (in logical units) onto the picture, as
-    // Windows does; any other file maps the bounds of what it draws.
-    bool usesFrame = false;
-    double originX = 0, originY = 0;  // top left of the frame or the bounds
-    double scaleX = 1, scaleY = 1;    // to recorded pixels
+    // A placeable file maps its current window onto the picture, as Windows
+    // players do: the header's box gives the picture's physical size, and the
+    // window only until the file sets its own. Any other file maps the bounds
+    // of what it draws.
+    bool followsWindow = false;
+    double recordedWidth = 1, recordedHeight = 1;
+    double originX = 0, originY = 0;  // top left of the bounds
+    double scaleX = 1, scaleY = 1;    // bounds to recorded pixels
     double pixelScale = 1;            // recorded pixels per natural pixel
     // The bitmaps made for libwmf: a brush of a pattern style that no bitmap
     // came with carries whatever its memory held, which is never drawn or freed.
@@ -53,22 +56,33 @@ const QImage* ImageOf(const Device& d, const wmfBMP& bmp) {
     return d.images.contains(image) ? image : nullptr;
 }
 
-// libwmf hands out device coordinates; with a frame they go back to logical ones
-// through the window and the size of a logical unit.
-double LengthX(const Device& d, const wmfDC* dc, double v) {
-    return d.usesFrame && dc->pixel_width > 0 ? v / dc->pixel_width * d.scaleX : v * d.scaleX;
-}
-double LengthY(const Device& d, const wmfDC* dc, double v) {
-    return d.usesFrame && dc->pixel_height > 0 ? v / dc->pixel_height * d.scaleY : v * d.scaleY;
+// libwmf's device units per logical unit. Outside the scaled mapping modes it
+// keeps them positive and applies the sign of the window's extent on its own.
+constexpr U16 kIsotropic = 7, kAnisotropic = 8;  // mapping modes; libwmf keeps its names private
+
+double DeviceUnit(double pixel, S32 extent, U16 mapMode) {
+    const bool scaled = mapMode == kIsotropic || mapMode == kAnisotropic;
+    return !scaled && extent < 0 ? -pixel : pixel;
 }
 
+// Recorded pixels per libwmf device unit, along x and y.
+QPointF Scale(const Device& d, const wmfDC* dc) {
+    if (!d.followsWindow) return {d.scaleX, d.scaleY};
+    // A device length over the window's extent, both in device units, is the share of the picture.
+    const double spanX = DeviceUnit(dc->pixel_width, dc->Window.width, dc->map_mode) * dc->Window.width;
+    const double spanY = DeviceUnit(dc->pixel_height, dc->Window.height, dc->map_mode) * dc->Window.height;
+    return {spanX != 0 ? d.recordedWidth / spanX : 0, spanY != 0 ? d.recordedHeight / spanY : 0};
+}
+
+// Sizes (pen widths, text heights, corners) in recorded pixels.
+double LengthX(const Device& d, const wmfDC* dc, double v) { return std::fabs(v * Scale(d, dc).x()); }
+double LengthY(const Device& d, const wmfDC* dc, double v) { return std::fabs(v * Scale(d, dc).y()); }
+
+// libwmf's device coordinates count from the window's origin.
 QPointF Map(const Device& d, const wmfDC* dc, const wmfD_Coord& c) {
-    if (d.usesFrame) {
-        const double x = (dc->pixel_width > 0 ? c.x / dc->pixel_width : c.x) + dc->Window.Ox;
-        const double y = (dc->pixel_height > 0 ? c.y / dc->pixel_height : c.y) + dc->Window.Oy;
-        return {(x - d.originX) * d.scaleX, (y - d.originY) * d.scaleY};
-    }
-    return {(c.x - d.originX) * d.scaleX, (c.y - d.originY) * d.scaleY};
+    const QPointF scale = Scale(d, dc);
+    if (d.followsWindow) return {c.x * scale.x(), c.y * scale.y()};
+    return {(c.x - d.originX) * scale.x(), (c.y - d.originY) * scale.y()};
 }
 
 QRectF MapRect(const Device& d, const wmfDC* dc, const wmfD_Coord& tl, const wmfD_Coord& br) {
@@ -168,8 +182,9 @@ void DrawArcShape(wmfAPI* api, wmfDrawArc_t* a, ArcKind kind) {
     }
     // Start and end come relative to the centre; the arc runs from start to end
     // clockwise on the page.
-    const double startAngle = std::atan2(LengthY(d, a->dc, a->start.y), LengthX(d, a->dc, a->start.x)) * 180.0 / M_PI;
-    double endAngle = std::atan2(LengthY(d, a->dc, a->end.y), LengthX(d, a->dc, a->end.x)) * 180.0 / M_PI;
+    const QPointF scale = Scale(d, a->dc);
+    const double startAngle = std::atan2(a->start.y * scale.y(), a->start.x * scale.x()) * 180.0 / M_PI;
+    double endAngle = std::atan2(a->end.y * scale.y(), a->end.x * scale.x()) * 180.0 / M_PI;
     if (endAngle <= startAngle) endAngle += 360;
     const double qtStart = -startAngle;
     const double qtSweep = -(endAngle - startAngle);
@@ -323,9 +338,12 @@ constexpr std::array<char16_t, 95> kSymbolHigh{
 
 constexpr unsigned kSymbolCharset = 2;
 
-QString DecodeText(const char* text, const wmfFont* font) {
-    const bool symbol = font->lfCharSet == kSymbolCharset ||
-                        (font->lfFaceName != nullptr && QString::fromLatin1(font->lfFaceName).compare("Symbol", Qt::CaseInsensitive) == 0);
+bool IsSymbolFont(const wmfFont* font) {
+    return font->lfCharSet == kSymbolCharset ||
+           (font->lfFaceName != nullptr && QString::fromLatin1(font->lfFaceName).compare("Symbol", Qt::CaseInsensitive) == 0);
+}
+
+QString DecodeText(const char* text, bool symbol) {
     QString result;
     for (const unsigned char* c = reinterpret_cast<const unsigned char*>(text); *c != 0; ++c) {
         if (symbol && *c >= 0x20 && *c <= 0x7E) result += QChar(kSymbolLow[*c - 0x20]);
@@ -340,7 +358,8 @@ void DrawText(wmfAPI* api, wmfDrawText_t* t) {
     Device& d = DeviceOf(api);
     const wmfFont* font = t->dc->font;
     if (t->str == nullptr || font == nullptr) return;
-    const QString text = DecodeText(t->str, font);
+    const bool symbol = IsSymbolFont(font);
+    const QString text = DecodeText(t->str, symbol);
     QPainter& p = *d.painter;
     p.save();
     if (t->dc->bgmode == OPAQUE) {
@@ -354,6 +373,9 @@ void DrawText(wmfAPI* api, wmfDrawText_t* t) {
     // An empty name, or one of commas and quotes only, leaves Qt a font without
     // a family, which crashes when a QPicture records it.
     if (qfont.families().isEmpty()) qfont.setFamilies({QStringLiteral("Helvetica")});
+    // The text is Unicode Greek and mathematics by now, and the font that
+    // fontconfig finds for "Symbol" draws none of it.
+    if (symbol) qfont.setFamilies({QStringLiteral("DejaVu Serif"), QStringLiteral("DejaVu Sans")});
     const double height = LengthY(d, t->dc, t->font_height);
     qfont.setPixelSize(std::max(1, static_cast<int>(std::lround(height))));
     qfont.setWeight(font->lfWeight >= 600 ? QFont::Bold : QFont::Normal);
@@ -537,8 +559,17 @@ QByteArray PrepareForLibwmf(const QByteArray& bytes, long long& records) {
     QByteArray prepared = bytes.left(headerEnd);
     // libwmf allocates what the header says the largest record is, however
     // large: it gets the size of the largest record there really is.
-    uint32_t largest = 3;
+    uint32_t largest = 5;
     Mapping mapping;
+    if (at > 0) {
+        // The header's box is the window a placeable file starts with.
+        const auto boxAt = [&](qsizetype i) { return static_cast<int16_t>(U16At(bytes, i)); };
+        const auto width = static_cast<int16_t>(boxAt(10) - boxAt(6)), height = static_cast<int16_t>(boxAt(12) - boxAt(8));
+        mapping.windowOrg = {boxAt(6), boxAt(8)};
+        if (width != 0 && height != 0) mapping.windowExt = {width, height};
+        prepared += Record(kSetWindowOrg, {mapping.windowOrg[1], mapping.windowOrg[0]});
+        prepared += Record(kSetWindowExt, {mapping.windowExt[1], mapping.windowExt[0]});
+    }
     std::vector<Mapping> saved;
     for (qsizetype record = headerEnd; record + 6 <= bytes.size();) {
         const uint32_t words = U32At(bytes, record);
@@ -630,15 +661,10 @@ std::string ConvertWmf(const QByteArray& original, QByteArray& out) {
     const int recordedWidth = std::max(1, static_cast<int>(std::lround(width * pixelScale)));
     const int recordedHeight = std::max(1, static_cast<int>(std::lround(height * pixelScale)));
     device.pixelScale = pixelScale;
-    const bool placeable = U32At(bytes, 0) == 0x9AC6CDD7u;
-    const auto frameLeft = static_cast<int16_t>(U16At(bytes, 6)), frameTop = static_cast<int16_t>(U16At(bytes, 8));
-    const auto frameRight = static_cast<int16_t>(U16At(bytes, 10)), frameBottom = static_cast<int16_t>(U16At(bytes, 12));
-    if (placeable && frameRight != frameLeft && frameBottom != frameTop) {
-        device.usesFrame = true;
-        device.originX = frameLeft;
-        device.originY = frameTop;
-        device.scaleX = recordedWidth / static_cast<double>(frameRight - frameLeft);
-        device.scaleY = recordedHeight / static_cast<double>(frameBottom - frameTop);
+    device.recordedWidth = recordedWidth;
+    device.recordedHeight = recordedHeight;
+    if (U32At(bytes, 0) == 0x9AC6CDD7u) {
+        device.followsWindow = true;
     } else {
         const double spanX = bounds.BR.x - bounds.TL.x;
         const double spanY = bounds.BR.y - bounds.TL.y;
@@ -651,6 +677,8 @@ std::string ConvertWmf(const QByteArray& original, QByteArray& out) {
     QPicture picture;
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::Antialiasing);
+    // What a placeable file draws beyond its box is cut, as LibreOffice cuts it,
+    // even where a Windows player shows some of it: the box is the picture's frame.
     painter.setClipRect(QRect(0, 0, recordedWidth, recordedHeight));
     device.painter = &painter;
     const wmf_error_t played = wmf_play(api, 0, &bounds);

@@ -22,13 +22,14 @@ int Fail(const std::string& message) {
 
 int main(int argc, char** argv) {
     if (argc != 2) return Fail("usage: kvo-wmf-helper FILE");
-    qputenv("QT_QPA_PLATFORM", "offscreen");
     // Standard error carries one line for the editor, and Qt's chatter is not it.
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-    QGuiApplication app(argc, argv);
+    // Read before the application starts, which takes longer than most files.
     QFile file(QString::fromLocal8Bit(argv[1]));
     if (!file.open(QIODevice::ReadOnly)) return Fail("cannot be opened: " + file.errorString().toStdString());
     const QByteArray original = file.readAll();
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
     QByteArray out;
     if (const std::string error = kvo::ConvertWmf(original, out); !error.empty()) return Fail(error);
     std::fwrite(out.constData(), 1, static_cast<std::size_t>(out.size()), stdout);

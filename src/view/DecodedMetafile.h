@@ -5,7 +5,9 @@
 #include <QtGui/QPainter>
 #include <QtGui/QPicture>
 
+#include <cstddef>
 #include <memory>
+#include <string>
 
 namespace kvo {
 
@@ -13,6 +15,8 @@ class SvgDrawing;
 
 // A metafile as its helper handed it over: a recording (WMF) or SVG (EMF).
 struct DecodedMetafile {
+    std::string key;        // the file's name and its state on disk when decoded
+    std::size_t bytes = 0;  // about what it costs the editor's memory
     QSize naturalSize;      // pixels at 96 dpi
     QPicture recording;     // WMF: drawn in a space of recordedSize
     QSize recordedSize;

@@ -7,11 +7,9 @@
 #include <filesystem>
 #include <fstream>
 #include <string_view>
-#include <map>
-#include <mutex>
-#include <tuple>
 
 #include "DecodedMetafile.h"
+#include "PictureCache.h"
 #include "PictureHelper.h"
 #include "SvgDrawing.h"
 #include "helpers/PictureProtocol.h"
@@ -54,7 +52,7 @@ MetafileFormat Sniff(const std::string& fileName) {
     return MetafileFormat::Unknown;
 }
 
-std::shared_ptr<const DecodedMetafile> Decode(const std::string& fileName) {
+std::shared_ptr<DecodedMetafile> Decode(const std::string& fileName) {
     const MetafileFormat format = Sniff(fileName);
     if (format == MetafileFormat::Unknown) Invalid(fileName, "is not a Windows metafile (WMF or EMF)", "Metafile.LoadFile");
     const bool wmf = format == MetafileFormat::Wmf;
@@ -69,36 +67,18 @@ std::shared_ptr<const DecodedMetafile> Decode(const std::string& fileName) {
         decoded->recordedSize = QSize(IntAt(out, tag.size() + 8), IntAt(out, tag.size() + 12));
         const QByteArray data = out.mid(header);
         decoded->recording.setData(data.constData(), static_cast<uint>(data.size()));
+        decoded->bytes = static_cast<std::size_t>(data.size());
         if (decoded->recording.size() == 0 || decoded->recordedSize.isEmpty())
             Invalid(fileName, "cannot be read: its reader answered nonsense", "Metafile.LoadFile");
     } else {
         try {
             decoded->svg = std::make_shared<SvgDrawing>(out.mid(header));
+            // librsvg's tree of an SVG takes several times its text.
+            decoded->bytes = static_cast<std::size_t>(out.size() - header) * 4;
         } catch (const Error& error) {
             Invalid(fileName, error.Description(), "Metafile.LoadFile");
         }
     }
-    return decoded;
-}
-
-// Decoded pictures by file and its state on disk: a repaint, or a slide shown
-// again, never starts a helper.
-std::shared_ptr<const DecodedMetafile> CachedDecode(const std::string& fileName) {
-    using Key = std::tuple<std::string, long long, std::uintmax_t>;
-    static std::mutex mutex;
-    static std::map<Key, std::shared_ptr<const DecodedMetafile>> cache;
-    std::error_code ec;
-    const auto written = std::filesystem::last_write_time(fileName, ec).time_since_epoch().count();
-    const auto size = std::filesystem::file_size(fileName, ec);
-    const Key key{fileName, static_cast<long long>(written), size};
-    {
-        std::lock_guard lock(mutex);
-        if (const auto it = cache.find(key); it != cache.end()) return it->second;
-    }
-    auto decoded = Decode(fileName);
-    std::lock_guard lock(mutex);
-    std::erase_if(cache, [&](const auto& entry) { return std::get<0>(entry.first) == fileName; });
-    cache.emplace(key, decoded);
     return decoded;
 }
 
@@ -132,7 +112,7 @@ PictureKind PictureKindForName(const std::string& fileName) {
 
 void Metafile::LoadFile(const std::string& fileName) {
     RequireFile(fileName, "Metafile.LoadFile");
-    decoded_ = CachedDecode(fileName);
+    decoded_ = PictureCache::Shared().Decoded(fileName, [&] { return Decode(fileName); });
 }
 
 int Metafile::Width() const { return decoded_ ? decoded_->naturalSize.width() : 0; }
@@ -142,15 +122,7 @@ void Metafile::Draw(QPainter& painter, int x, int y, int width, int height) cons
     if (!decoded_ || width <= 0 || height <= 0) return;
     const QRectF target(x, y, width, height);
     const QSize device = painter.transform().mapRect(target).toAlignedRect().size().boundedTo(QSize(8192, 8192));
-    if (rendered_.size() != device) {
-        rendered_ = QImage(device, QImage::Format_ARGB32_Premultiplied);
-        rendered_.fill(Qt::transparent);
-        QPainter offscreen(&rendered_);
-        offscreen.setRenderHint(QPainter::Antialiasing);
-        offscreen.setRenderHint(QPainter::SmoothPixmapTransform);
-        decoded_->Draw(offscreen, QRectF(QPointF(0, 0), QSizeF(device)));
-    }
-    painter.drawImage(target, rendered_);
+    painter.drawImage(target, PictureCache::Shared().Raster(decoded_, device));
 }
 
 // Qt draws what a cut-off BMP still holds and calls it a success; the header

@@ -33,9 +33,6 @@ public:
 
 private:
     std::shared_ptr<const DecodedMetafile> decoded_;
-    // The picture as last drawn, at that size in device pixels: a repaint at the
-    // same size is one image copy instead of replaying every record.
-    mutable QImage rendered_;
 };
 
 // BMP pictures, drawn at their natural size.

@@ -50,13 +50,12 @@ QImage SvgDrawing::Render(int width, int height) const {
     return image;
 }
 
-void SvgDrawing::Draw(QPainter& painter, const QRectF& target) {
+void SvgDrawing::Draw(QPainter& painter, const QRectF& target) const {
     // Rendered at the device's resolution of the target, so it stays sharp.
     const QRect device = painter.transform().mapRect(target).toAlignedRect();
     const int width = std::clamp(device.width(), 1, 8192);
     const int height = std::clamp(device.height(), 1, 8192);
-    if (cached_.width() != width || cached_.height() != height) cached_ = Render(width, height);
-    painter.drawImage(target, cached_);
+    painter.drawImage(target, Render(width, height));
 }
 
 }  // namespace kvo

@@ -11,8 +11,7 @@
 namespace kvo {
 
 // SVG drawn by librsvg through cairo: Qt's own SVG support lacks clip paths,
-// which the EMF conversion uses. The last rendering is kept, so repainting at
-// the same size costs one image copy.
+// which the EMF conversion uses.
 class SvgDrawing {
 public:
     // Raises an error with the parser's message when the SVG is not usable.
@@ -21,13 +20,12 @@ public:
     SvgDrawing(const SvgDrawing&) = delete;
     SvgDrawing& operator=(const SvgDrawing&) = delete;
 
-    void Draw(QPainter& painter, const QRectF& target);
+    void Draw(QPainter& painter, const QRectF& target) const;
 
 private:
     QImage Render(int width, int height) const;
 
     void* handle_ = nullptr;  // RsvgHandle, kept out of this header with glib's macros
-    QImage cached_;
 };
 
 }  // namespace kvo

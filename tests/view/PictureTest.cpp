@@ -1,6 +1,8 @@
 // Real pictures made by others, drawn through kvotool render as a user would.
 #include <gtest/gtest.h>
 
+#include <QtGui/QImage>
+
 #include <filesystem>
 
 #include "TestSupport.h"
@@ -32,6 +34,20 @@ protected:
         return status;
     }
 
+    // The picture alone on a white slide that it fills, as kvotool renders it.
+    QImage RenderFilled(const std::string& picture, const char* size) {
+        const std::string show = dir_.File("filled.pdz");
+        test::WriteFile(show, "BLOCK SlideShow\r\n\tBLOCK Slide\r\n\t\tBACKCOLOR=16777215\r\n\t\tGRAPHIC=" + picture +
+                                  "\r\n\t\tWIDTH=100\r\n\t\tHEIGHT=100\r\n\t\tLEFT=0\r\n\t\tTOP=0\r\n\tEND\r\nEND\r\n");
+        const std::string png = dir_.File("filled.png");
+        fs::remove(png);
+        std::string output;
+        const int status = test::RunCommand(
+            JoinPath(ExecutableDirectory(), "kvotool") + " render " + show + " -o " + png + " --size " + size + " 2>&1", &output);
+        EXPECT_EQ(status, 0) << picture << ": " << output;
+        return QImage(QString::fromStdString(png)).convertToFormat(QImage::Format_RGB32);
+    }
+
     std::vector<std::string> Files(const char* folder) const {
         std::vector<std::string> files;
         for (const auto& entry : fs::directory_iterator(kCorpus / folder)) files.push_back(fs::canonical(entry.path()).string());
@@ -52,6 +68,49 @@ TEST_F(PictureTest, EveryGoodPictureRenders) {
         }
     }
     EXPECT_GE(count, 20);
+}
+
+bool IsInk(QRgb pixel) { return qRed(pixel) < 215 || qGreen(pixel) < 215 || qBlue(pixel) < 215; }
+
+// The share of the image in ink, and of the box around all ink.
+std::pair<double, double> InkAndExtent(const QImage& image, const QRect& area) {
+    long long ink = 0;
+    QRect box;
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        for (int x = area.left(); x <= area.right(); ++x)
+            if (IsInk(image.pixel(x, y))) {
+                ++ink;
+                box |= QRect(x, y, 1, 1);
+            }
+    const double size = static_cast<double>(area.width()) * area.height();
+    return {ink / size, static_cast<double>(box.width()) * box.height() / size};
+}
+
+// A picture drawn outside its frame, or at the wrong scale, leaves the slide
+// blank or inks a corner of it.
+TEST_F(PictureTest, EveryMetafileFillsItsPicture) {
+    int count = 0;
+    for (const char* folder : {"wmf", "emf"}) {
+        for (const std::string& file : Files(folder)) {
+            // EMF+ records alone, which libemf2svg does not draw.
+            if (fs::path(file).filename() == "libuemf-test-emfplus-ref.emf") continue;
+            const QImage image = RenderFilled(file, "480x360");
+            ASSERT_FALSE(image.isNull()) << file;
+            const auto [ink, extent] = InkAndExtent(image, image.rect());
+            EXPECT_GT(ink, 0.02) << file << " is blank";
+            EXPECT_GT(extent, 0.5) << file << " covers only part of its picture";
+            ++count;
+        }
+    }
+    EXPECT_GE(count, 16);
+}
+
+// The line in the Symbol font: Greek letters that a font without them leaves out.
+TEST_F(PictureTest, SymbolTextIsDrawn) {
+    const QImage image = RenderFilled(fs::canonical(kCorpus / "wmf" / "libwmf-text.wmf").string(), "426x800");
+    ASSERT_FALSE(image.isNull());
+    const QRect symbolLine(0, 524, 260, 24);
+    EXPECT_GT(InkAndExtent(image, symbolLine).first, 0.05);
 }
 
 TEST_F(PictureTest, DamagedPicturesFailClearly) {
