@@ -191,6 +191,8 @@ void Icon::UpdateReport(HostReport& host, std::span<const int16_t> rowFlags, std
     ++version_;
 }
 
+bool Icon::operator==(const Icon& other) const { return Fields() == other.Fields(); }
+
 void Icon::Copy(Icon& target) const {
     if (isSequenceNumber_) target.SetSequenceNumber(sequenceNumber_);
     else target.SetFeatureName(featureName_);

@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include "ValueCollection.h"
 
@@ -30,7 +31,9 @@ public:
     static constexpr int32_t kButtonFaceColor = static_cast<int32_t>(0x8000000F);
 
     Icon() { Initialize(); }
-    Icon(const Icon&) = delete;
+    explicit Icon(const Icon&) = default;
+    // Everything but the paint counter: an icon set to what it was is unchanged.
+    bool operator==(const Icon& other) const;
     Icon& operator=(const Icon&) = delete;
 
     void Initialize();
@@ -98,6 +101,12 @@ public:
     void CalculateAverage();
 
 private:
+    auto Fields() const {
+        return std::tie(values_, name_, isSequenceNumber_, sequenceNumber_, featureName_, left_, top_, drawLeader_, leaderX_, leaderY_,
+                        bendPoint_, isVertical_, displayDigits_, fontName_, fontSize_, fontBold_, fontColor_, nameColor_,
+                        leaderColor_);
+    }
+
     ValueCollection values_;
     std::string name_;
     bool isSequenceNumber_ = false;

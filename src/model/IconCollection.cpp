@@ -7,6 +7,16 @@
 
 namespace kvo {
 
+IconCollection::IconCollection(const IconCollection& other) {
+    icons_.reserve(other.icons_.size());
+    for (const auto& icon : other.icons_) icons_.push_back(std::make_unique<Icon>(*icon));
+}
+
+bool IconCollection::operator==(const IconCollection& other) const {
+    return std::equal(icons_.begin(), icons_.end(), other.icons_.begin(), other.icons_.end(),
+                      [](const auto& a, const auto& b) { return *a == *b; });
+}
+
 Icon& IconCollection::Append(std::unique_ptr<Icon> icon) {
     icons_.push_back(std::move(icon));
     return *icons_.back();

@@ -12,7 +12,8 @@ namespace kvo {
 class IconCollection {
 public:
     IconCollection() = default;
-    IconCollection(const IconCollection&) = delete;
+    explicit IconCollection(const IconCollection& other);
+    bool operator==(const IconCollection& other) const;
     IconCollection& operator=(const IconCollection&) = delete;
 
     Icon& Add();

@@ -21,7 +21,8 @@ public:
     static constexpr int32_t kDefaultBackColor = 0x00C4C4C4;
 
     Slide() { Initialize(); }
-    Slide(const Slide&) = delete;
+    explicit Slide(const Slide&) = default;
+    bool operator==(const Slide&) const = default;
     Slide& operator=(const Slide&) = delete;
 
     void Initialize();

@@ -1,5 +1,6 @@
 #include "SlideCollection.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "BinaryStream.h"
@@ -20,6 +21,21 @@ void CheckPosition(int32_t index, std::size_t count, const char* source) {
 
 void SlideCollection::Terminate() {
     if (slides_.size() > 1) slides_.erase(slides_.begin(), slides_.end() - 1);
+}
+
+SlideCollection::SlideCollection(const SlideCollection& other) {
+    slides_.reserve(other.slides_.size());
+    for (const auto& slide : other.slides_) slides_.push_back(std::make_unique<Slide>(*slide));
+}
+
+bool SlideCollection::operator==(const SlideCollection& other) const {
+    return std::equal(slides_.begin(), slides_.end(), other.slides_.begin(), other.slides_.end(),
+                      [](const auto& a, const auto& b) { return *a == *b; });
+}
+
+void SlideCollection::Exchange(int32_t index, std::unique_ptr<Slide>& slide) {
+    Item(index);  // error 9 outside 1..Count
+    slides_[static_cast<std::size_t>(index - 1)].swap(slide);
 }
 
 Slide& SlideCollection::Item(int32_t index) const {

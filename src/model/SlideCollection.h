@@ -13,7 +13,10 @@ namespace kvo {
 class SlideCollection {
 public:
     SlideCollection() = default;
-    SlideCollection(const SlideCollection&) = delete;
+    explicit SlideCollection(const SlideCollection& other);
+    bool operator==(const SlideCollection& other) const;
+    // Puts slide in place of slide index and hands back the one it replaces.
+    void Exchange(int32_t index, std::unique_ptr<Slide>& slide);
     SlideCollection& operator=(const SlideCollection&) = delete;
 
     void Initialize() { slides_.clear(); }

@@ -26,7 +26,15 @@ public:
     static constexpr int16_t kFallbackHelpTopic = 3;
 
     SlideShow() { Initialize(); }
-    SlideShow(const SlideShow&) = delete;
+    // Deep, for undo and for a copy that another thread writes.
+    explicit SlideShow(const SlideShow&) = default;
+    bool operator==(const SlideShow&) const = default;
+    // A show put back by undo stays in the format of the file it came from.
+    void KeepFormatOf(const SlideShow& other) {
+        binary_ = other.binary_;
+        binaryHeader_ = other.binaryHeader_;
+        fileVersion_ = other.fileVersion_;
+    }
     SlideShow& operator=(const SlideShow&) = delete;
 
     bool Initialize();

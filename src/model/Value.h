@@ -32,6 +32,7 @@ public:
     static constexpr int16_t kMaxDecimals = 7;
 
     Value() { Initialize(); }
+    bool operator==(const Value&) const = default;
 
     void Initialize();
     // Empties the log and value lists down to their last item, as it always has.

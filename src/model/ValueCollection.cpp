@@ -1,5 +1,7 @@
 #include "ValueCollection.h"
 
+#include <algorithm>
+
 #include "BinaryStream.h"
 #include "services/Error.h"
 #include "services/Text.h"
@@ -9,6 +11,16 @@ namespace kvo {
 Value& ValueCollection::Append(std::unique_ptr<Value> value, std::optional<std::string> key) {
     cells_.push_back({std::move(value), std::move(key)});
     return *cells_.back().value;
+}
+
+ValueCollection::ValueCollection(const ValueCollection& other) {
+    cells_.reserve(other.cells_.size());
+    for (const auto& entry : other.cells_) cells_.push_back({std::make_unique<Value>(*entry.value), entry.key});
+}
+
+bool ValueCollection::operator==(const ValueCollection& other) const {
+    return std::equal(cells_.begin(), cells_.end(), other.cells_.begin(), other.cells_.end(),
+                      [](const Entry& a, const Entry& b) { return a.key == b.key && *a.value == *b.value; });
 }
 
 Value& ValueCollection::Add(std::optional<std::string> key) {

@@ -16,7 +16,9 @@ namespace kvo {
 class ValueCollection {
 public:
     ValueCollection() = default;
-    ValueCollection(const ValueCollection&) = delete;
+    // Deep, with every cell's run-time state (averaging included): for undo.
+    explicit ValueCollection(const ValueCollection& other);
+    bool operator==(const ValueCollection& other) const;
     ValueCollection& operator=(const ValueCollection&) = delete;
 
     // Raises error 457 when the key is already in use.
