@@ -2,6 +2,10 @@
 
 #include <iostream>
 
+#include "Error.h"
+#include "Language.h"
+#include "StringIds.h"
+
 namespace kvo {
 
 namespace {
@@ -28,5 +32,12 @@ Prompt*& Installed() {
 Prompt& CurrentPrompt() { return Installed() != nullptr ? *Installed() : Console(); }
 
 void SetCurrentPrompt(Prompt* prompt) { Installed() = prompt; }
+
+void ShowError(const Error& error, const std::string& fileName) {
+    const std::string text =
+        fileName.empty() ? FormatResString(Str::ErrorMessage, {error.Description(), error.Number(), error.Source()})
+                         : FormatResString(Str::FileErrorMessage, {error.Description(), fileName, error.Number(), error.Source()});
+    CurrentPrompt().Message(text, LoadResString(Str::FileErrorTitle), MessageKind::Stop);
+}
 
 }  // namespace kvo

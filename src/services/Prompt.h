@@ -7,6 +7,8 @@
 
 namespace kvo {
 
+class Error;
+
 enum class MessageKind { Information, Exclamation, Stop, Question };
 
 // The four answers to "this file exists already: replace it?" during an import.
@@ -63,6 +65,9 @@ public:
 
 // The program-wide prompt; without one installed, messages go to standard error.
 Prompt& CurrentPrompt();
+// The one way an error reaches the user: its description, the file it concerns
+// when there is one, its number and where it arose.
+void ShowError(const Error& error, const std::string& fileName = {});
 // Installs a prompt (nullptr restores the one on standard error). The caller
 // keeps it alive while it is installed.
 void SetCurrentPrompt(Prompt* prompt);

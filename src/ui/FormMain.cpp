@@ -63,78 +63,34 @@ constexpr int kContentsTopic = 906;
 constexpr int kMinimumWidthTwips = 2000;
 constexpr int kMinimumHeightTwips = 1000;
 constexpr int kScrollPanelWidth = 220;
-constexpr int kUndoLimit = 100;
-constexpr std::chrono::milliseconds kRecoveryDelay{30000};
 
 QString Text(int32_t id) { return QString::fromStdString(LoadResString(id)); }
 
 std::string S(int32_t id) { return LoadResString(id); }
 
-// The read-only attribute: write permission off, whoever is asking.
-bool IsReadOnly(const std::string& fileName) {
-    const QFileInfo file(QString::fromStdString(fileName));
-    return file.exists() && !(file.permissions() & QFileDevice::WriteOwner);
-}
-
 QString Step(int32_t id, const ResArg& argument) {
     return QString::fromStdString(FormatResString(id, {argument}));
 }
 
-std::vector<std::array<int32_t, 4>> Places(const Slide& slide) {
-    std::vector<std::array<int32_t, 4>> places;
-    for (const auto& icon : slide.Icons()) places.push_back({icon->Left(), icon->Top(), icon->LeaderX(), icon->LeaderY()});
-    return places;
-}
-
 }  // namespace
-
-// One undoable edit. It holds the document (or the one slide the edit touched)
-// as it is on the other side of the edit, and undo and redo swap that with the
-// present, so each step keeps a single copy.
-class DocumentStep final : public QUndoCommand {
-public:
-    DocumentStep(FormMain& window, const QString& text, int slide, std::string before, int currentBefore, int currentAfter)
-        : QUndoCommand(text),
-          window_(window),
-          slide_(slide),
-          other_(std::move(before)),
-          currentBefore_(currentBefore),
-          currentAfter_(currentAfter) {}
-
-    void undo() override { Swap(currentBefore_); }
-    void redo() override {
-        if (!pushed_) {
-            pushed_ = true;  // pushed once the edit had been made
-            return;
-        }
-        Swap(currentAfter_);
-    }
-
-private:
-    void Swap(int current) {
-        std::string present = window_.Snapshot(slide_);
-        window_.PutBack(slide_, other_, current);
-        other_ = std::move(present);
-    }
-
-    FormMain& window_;
-    int slide_;
-    std::string other_;
-    int currentBefore_;
-    int currentAfter_;
-    bool pushed_ = false;
-};
 
 FormMain::FormMain() {
     setObjectName("FormMain");
-    undoStack_ = new QUndoStack(this);
-    undoStack_->setUndoLimit(kUndoLimit);
-    connect(undoStack_, &QUndoStack::indexChanged, this, [this] { UndoIndexChanged(); });
-    recoveryTimer_ = new QTimer(this);
-    recoveryTimer_->setSingleShot(true);
-    recoveryTimer_->setInterval(kRecoveryDelay);
-    connect(recoveryTimer_, &QTimer::timeout, this, [this] { WriteRecovery(); });
+    session_ = new DocumentSession(Recovery::DefaultDirectory(), RecentFiles::DefaultStorePath(), this);
+    connect(session_, &DocumentSession::aboutToReplace, this, [this] {
+        currentIconView_ = nullptr;
+        view_->SetSlide(nullptr);  // its views let go of the icons that are replaced
+    });
+    connect(session_, &DocumentSession::replaced, this, [this](int current) {
+        if (Document()->Slides().Count() == 0) ShowNoSlide();
+        else ShowSlide(std::clamp(current, 1, static_cast<int>(Document()->Slides().Count())), true);
+        picMain_->update();
+    });
+    connect(session_, &DocumentSession::documentChanged, this, [this] { ShowDocument(); });
+    connect(session_, &DocumentSession::stateChanged, this, [this] { UpdateCaption(); });
+    connect(session_, &DocumentSession::recentChanged, this, [this] { UpdateRecentMenu(); });
     BuildControls();
+    connect(session_, &DocumentSession::recoveryFailed, statusText_, &QLabel::setText);
     BuildMenus();
     ApplyLanguageFont(*this);
     frameWidth_ = frameGeometry().width() - width();
@@ -143,8 +99,8 @@ FormMain::FormMain() {
     ReadDirectories();
     view_ = std::make_unique<SlideView>(*this, *picMain_);
     picMain_->SetView(view_.get());
-    picMain_->SetMouseDown([this] { BeginMouseEdit(); });
-    picMain_->SetIconMouseUp([this] { EndMouseEdit(); });
+    picMain_->SetMouseDown([this] { session_->BeginMouseEdit(currentSlide_); });
+    picMain_->SetIconMouseUp([this] { session_->EndMouseEdit(currentSlide_); });
     UpdateEnabling();
     resize(960, 720);
 }
@@ -180,7 +136,7 @@ void FormMain::BuildControls() {
     hsSlide_->setPageStep(1);  // a click in the track moves one slide, as the arrows do
     hsSlide_->setEnabled(false);
     connect(hsSlide_, &QScrollBar::valueChanged, this, [this](int value) {
-        if (document_ && value >= 1 && value != currentSlide_) ShowSlide(value);
+        if (Document() && value >= 1 && value != currentSlide_) ShowSlide(value);
     });
     // Runs after the current event, once the status bar has laid out its panels.
     cmdDelayedResize_ = new QPushButton(central_);
@@ -200,33 +156,34 @@ void FormMain::BuildControls() {
 }
 
 void FormMain::BuildMenus() {
+    // Every command runs under the one error handler: an error is told and the editor goes on.
     const auto action = [this](QMenu* menu, const char* name, int32_t caption, auto slot, QKeySequence keys = {}) {
         auto* item = menu->addAction(Text(caption));
         item->setObjectName(name);
         item->setShortcut(keys);
-        connect(item, &QAction::triggered, this, slot);
+        connect(item, &QAction::triggered, this, [this, slot] { picMain_->Guarded([&] { std::invoke(slot, this); }); });
         return item;
     };
     QMenu* file = menuBar()->addMenu(Text(Str::MenuFile));
     file->setObjectName("mnuFile");
     action(file, "mnuFileNew", Str::MenuFileNew, &FormMain::FileNew, QKeySequence::New);
     action(file, "mnuFileOpen", Str::MenuFileOpen, &FormMain::FileOpen, QKeySequence::Open);
-    action(file, "mnuFileSave", Str::MenuFileSave, &FormMain::FileSave, QKeySequence::Save);
-    action(file, "mnuFileSaveAs", Str::MenuFileSaveAs, &FormMain::FileSaveAs, QKeySequence::SaveAs);
-    action(file, "mnuFileSaveBinary", Str::MenuFileSaveBinary, &FormMain::FileSaveBinary);
-    action(file, "mnuFileClose", Str::MenuFileClose, &FormMain::FileClose, QKeySequence::Close);
+    needDocument_ << action(file, "mnuFileSave", Str::MenuFileSave, &FormMain::FileSave, QKeySequence::Save);
+    needDocument_ << action(file, "mnuFileSaveAs", Str::MenuFileSaveAs, &FormMain::FileSaveAs, QKeySequence::SaveAs);
+    needDocument_ << action(file, "mnuFileSaveBinary", Str::MenuFileSaveBinary, &FormMain::FileSaveBinary);
+    needDocument_ << action(file, "mnuFileClose", Str::MenuFileClose, &FormMain::FileClose, QKeySequence::Close);
     file->addSeparator();
-    action(file, "mnuFileProperties", Str::MenuFileProperties, &FormMain::FileProperties);
+    needDocument_ << action(file, "mnuFileProperties", Str::MenuFileProperties, &FormMain::FileProperties);
     file->addSeparator();
     action(file, "mnuFileImport", Str::MenuFileImport, &FormMain::FileImport);
-    action(file, "mnuFileExport", Str::MenuFileExport, &FormMain::FileExport);
+    needDocument_ << action(file, "mnuFileExport", Str::MenuFileExport, &FormMain::FileExport);
     file->addSeparator();
-    action(file, "mnuFileEvaluate", Str::MenuFileEvaluate, &FormMain::FileEvaluate);
-    action(file, "mnuFileAverage", Str::MenuFileAverage, &FormMain::FileAverage);
+    needDocument_ << action(file, "mnuFileEvaluate", Str::MenuFileEvaluate, &FormMain::FileEvaluate);
+    needDocument_ << action(file, "mnuFileAverage", Str::MenuFileAverage, &FormMain::FileAverage);
     file->addSeparator();
-    action(file, "mnuFilePrint", Str::MenuFilePrint, &FormMain::FilePrint, QKeySequence::Print);
-    action(file, "mnuFileCapture", Str::MenuFileCapture, &FormMain::FileCapture);
-    action(file, "mnuFileCopyImage", Str::MenuFileCopyImage, &FormMain::FileCopyImage);
+    needDocument_ << action(file, "mnuFilePrint", Str::MenuFilePrint, &FormMain::FilePrint, QKeySequence::Print);
+    needDocument_ << action(file, "mnuFileCapture", Str::MenuFileCapture, &FormMain::FileCapture);
+    needDocument_ << action(file, "mnuFileCopyImage", Str::MenuFileCopyImage, &FormMain::FileCopyImage);
     file->addSeparator();
     exitAction_ = action(file, "mnuFileExit", Str::MenuFileExit, &FormMain::FileExit, QKeySequence::Quit);
     fileMenu_ = file;
@@ -240,11 +197,13 @@ void FormMain::BuildMenus() {
         auto* item = edit->addAction(Text(plain));
         item->setObjectName(name);
         item->setEnabled(false);
-        connect(item, &QAction::triggered, this, [this, perform] {
-            if (picMain_->Captured() == nullptr) (undoStack_->*perform)();  // not in the middle of a drag
+        QUndoStack* steps = &session_->UndoStack();
+        connect(item, &QAction::triggered, this, [this, steps, perform] {
+            // Not in the middle of a drag.
+            if (picMain_->Captured() == nullptr) picMain_->Guarded([&] { (steps->*perform)(); });
         });
-        connect(undoStack_, canChanged, item, &QAction::setEnabled);
-        connect(undoStack_, textChanged, item, [item, plain, withStep](const QString& step) {
+        connect(steps, canChanged, item, &QAction::setEnabled);
+        connect(steps, textChanged, item, [item, plain, withStep](const QString& step) {
             QString escaped = step;
             item->setText(step.isEmpty() ? Text(plain)
                                          : QString::fromStdString(FormatResString(withStep, {escaped.replace('&', "&&").toStdString()})));
@@ -261,32 +220,32 @@ void FormMain::BuildMenus() {
 
     QMenu* slide = menuBar()->addMenu(Text(Str::MenuSlide));
     slide->setObjectName("mnuSlide");
-    action(slide, "mnuSlideFirst", Str::MenuSlideFirst, &FormMain::SlideFirst, QKeySequence(Qt::Key_Home));
-    action(slide, "mnuSlidePrevious", Str::MenuSlidePrevious, &FormMain::SlidePrevious, QKeySequence(Qt::Key_PageUp));
-    action(slide, "mnuSlideNext", Str::MenuSlideNext, &FormMain::SlideNext, QKeySequence(Qt::Key_PageDown));
-    action(slide, "mnuSlideLast", Str::MenuSlideLast, &FormMain::SlideLast, QKeySequence(Qt::Key_End));
+    slideFirst_ = action(slide, "mnuSlideFirst", Str::MenuSlideFirst, &FormMain::SlideFirst, QKeySequence(Qt::Key_Home));
+    slidePrevious_ = action(slide, "mnuSlidePrevious", Str::MenuSlidePrevious, &FormMain::SlidePrevious, QKeySequence(Qt::Key_PageUp));
+    slideNext_ = action(slide, "mnuSlideNext", Str::MenuSlideNext, &FormMain::SlideNext, QKeySequence(Qt::Key_PageDown));
+    slideLast_ = action(slide, "mnuSlideLast", Str::MenuSlideLast, &FormMain::SlideLast, QKeySequence(Qt::Key_End));
     slide->addSeparator();
-    action(slide, "mnuSlideAdd", Str::MenuSlideAdd, &FormMain::SlideAdd);
-    action(slide, "mnuSlideInsert", Str::MenuSlideInsert, &FormMain::SlideInsert);
-    action(slide, "mnuSlideRemove", Str::MenuSlideRemove, &FormMain::SlideRemove);
-    action(slide, "mnuSlideUp", Str::MenuSlideUp, &FormMain::SlideUp);
-    action(slide, "mnuSlideDown", Str::MenuSlideDown, &FormMain::SlideDown);
+    needDocument_ << action(slide, "mnuSlideAdd", Str::MenuSlideAdd, &FormMain::SlideAdd);
+    needDocument_ << action(slide, "mnuSlideInsert", Str::MenuSlideInsert, &FormMain::SlideInsert);
+    slideRemove_ = action(slide, "mnuSlideRemove", Str::MenuSlideRemove, &FormMain::SlideRemove);
+    slideUp_ = action(slide, "mnuSlideUp", Str::MenuSlideUp, &FormMain::SlideUp);
+    slideDown_ = action(slide, "mnuSlideDown", Str::MenuSlideDown, &FormMain::SlideDown);
     slide->addSeparator();
-    action(slide, "mnuSlideTitle", Str::MenuSlideTitle, &FormMain::SlideTitle);
-    action(slide, "mnuSlideHelpTopic", Str::MenuSlideHelpTopic, &FormMain::SlideHelpTopic);
+    needSlide_ << action(slide, "mnuSlideTitle", Str::MenuSlideTitle, &FormMain::SlideTitle);
+    needSlide_ << action(slide, "mnuSlideHelpTopic", Str::MenuSlideHelpTopic, &FormMain::SlideHelpTopic);
 
     QMenu* back = menuBar()->addMenu(Text(Str::MenuBack));
     back->setObjectName("mnuBack");
-    action(back, "mnuBackSet", Str::MenuBackSet, &FormMain::BackSet);
-    action(back, "mnuBackClear", Str::MenuBackClear, &FormMain::BackClear);
-    action(back, "mnuBackColor", Str::MenuBackColor, &FormMain::BackColor);
-    action(back, "mnuBackPosition", Str::MenuBackPosition, &FormMain::BackPosition);
-    action(back, "mnuBackUpdate", Str::MenuBackUpdate, &FormMain::BackUpdate);
-    action(back, "mnuBackEdit", Str::MenuBackEdit, &FormMain::BackEdit);
+    needSlide_ << action(back, "mnuBackSet", Str::MenuBackSet, &FormMain::BackSet);
+    needSlide_ << action(back, "mnuBackClear", Str::MenuBackClear, &FormMain::BackClear);
+    needSlide_ << action(back, "mnuBackColor", Str::MenuBackColor, &FormMain::BackColor);
+    needSlide_ << action(back, "mnuBackPosition", Str::MenuBackPosition, &FormMain::BackPosition);
+    needSlide_ << action(back, "mnuBackUpdate", Str::MenuBackUpdate, &FormMain::BackUpdate);
+    backEdit_ = action(back, "mnuBackEdit", Str::MenuBackEdit, &FormMain::BackEdit);
 
     QMenu* icon = menuBar()->addMenu(Text(Str::MenuIcon));
     icon->setObjectName("mnuIconBar");
-    action(icon, "mnuInsertIcon", Str::MenuInsertIcon, &FormMain::InsertIcon, QKeySequence(Qt::Key_Insert));
+    needSlide_ << action(icon, "mnuInsertIcon", Str::MenuInsertIcon, &FormMain::InsertIcon, QKeySequence(Qt::Key_Insert));
 
     // The pop-up menu of one icon, opened by a right-click on it.
     iconMenu_ = new QMenu(this);
@@ -303,12 +262,12 @@ void FormMain::BuildMenus() {
     action(view, "mnuScreen640", Str::MenuScreen640, &FormMain::Screen640);
     action(view, "mnuScreen800", Str::MenuScreen800, &FormMain::Screen800);
     view->addSeparator();
-    action(view, "mnuScreenPreview", Str::MenuScreenPreview, &FormMain::ScreenPreview, QKeySequence(Qt::Key_F5));
+    needDocument_ << action(view, "mnuScreenPreview", Str::MenuScreenPreview, &FormMain::ScreenPreview, QKeySequence(Qt::Key_F5));
 
     QMenu* help = menuBar()->addMenu(Text(Str::MenuHelp));
     help->setObjectName("mnuHelp");
     action(help, "mnuHelpContents", Str::MenuHelpContents, &FormMain::HelpContents, QKeySequence::HelpContents);
-    action(help, "mnuHelpAbout", Str::MenuHelpAbout, [] {
+    action(help, "mnuHelpAbout", Str::MenuHelpAbout, [](FormMain*) {
         CurrentPrompt().Message(FormatResString(Str::AboutText, {std::string(QGuiApplication::applicationVersion().toStdString())}),
                                 S(Str::AppTitle), MessageKind::Information);
     });
@@ -331,72 +290,26 @@ void FormMain::ReadDirectories() {
 }
 
 // Edits and drags record their own steps; anything else counts as a change.
-void FormMain::SignalFileChanged() {
-    if (editDepth_ == 0 && !mouseEdit_) MarkChanged();
-}
+void FormMain::SignalFileChanged() { session_->SignalChange(); }
 
-bool FormMain::Saved() const { return undoStack_->isClean() && !changedOutsideUndo_; }
+bool FormMain::Saved() const { return session_->Saved(); }
 
-void FormMain::MarkChanged() {
-    changedOutsideUndo_ = true;
-    UpdateCaption();
-    if (document_ && !recoveryTimer_->isActive()) recoveryTimer_->start();
-}
+const std::string& FormMain::FileName() const { return session_->FileName(); }
 
-void FormMain::SetSaved() {
-    changedOutsideUndo_ = false;
-    undoStack_->setClean();
-    UpdateCaption();
-    recoveryTimer_->stop();
-    if (!fileName_.empty()) recovery_.Remove(fileName_);
-}
-
-void FormMain::UndoIndexChanged() {
-    UpdateCaption();
-    if (!document_) return;
-    if (!Saved()) {
-        if (!recoveryTimer_->isActive()) recoveryTimer_->start();
-        return;
-    }
-    // Undone back to what is on disk: nothing left to recover.
-    recoveryTimer_->stop();
-    recovery_.Remove(fileName_);
-}
-
-void FormMain::SetRecoveryDelay(std::chrono::milliseconds delay) { recoveryTimer_->setInterval(delay); }
-
-void FormMain::WriteRecovery() {
-    if (!document_ || Saved() || fileName_.empty()) return;
-    try {
-        recovery_.Write(*document_, fileName_);
-    } catch (const Error& error) {
-        // Not worth a dialog every half minute; the next change tries again.
-        statusText_->setText(QString::fromStdString(FormatResString(Str::RecoveryWriteFailed, {error.Description()})));
-    }
-}
+SlideShow* FormMain::Document() const { return session_->Document(); }
 
 void FormMain::OfferRecovery() {
-    for (const auto& copy : recovery_.Pending()) {
+    session_->FlushRecovery();
+    for (const auto& copy : session_->RecoveryCopies().Pending()) {
         const QDateTime written = QFileInfo(QString::fromStdString(copy.path)).lastModified();
         const std::string when = QLocale().toString(written, QLocale::ShortFormat).toStdString();
         switch (CurrentPrompt().Ask(FormatResString(Str::RecoveryOffer, {copy.document, when}), S(Str::RecoveryTitle), true)) {
-            case Answer::Yes: {
+            case Answer::Yes:
                 if (!AskToSave()) return;
-                std::unique_ptr<SlideShow> show;
-                try {
-                    show = recovery_.Load(copy);
-                } catch (const Error& error) {
-                    ShowError(error, copy.path);
-                    continue;
-                }
-                ShowDocument(std::move(show), copy.document);
-                RememberDocument(copy.document);
-                MarkChanged();
-                WriteRecovery();  // the copy stays until the user saves or discards
-                return;
-            }
+                if (session_->Recover(copy)) return;
+                break;
             case Answer::No:
-                recovery_.Remove(copy.document);
+                session_->RecoveryCopies().Remove(copy.document);
                 break;
             case Answer::Cancel:
                 return;
@@ -404,53 +317,11 @@ void FormMain::OfferRecovery() {
     }
 }
 
-std::string FormMain::Snapshot(int slide) const {
-    return slide == 0 ? document_->Snapshot() : document_->Slides().Item(slide).Snapshot();
-}
-
 void FormMain::Edit(const QString& text, int slide, const std::function<void()>& edit) {
-    if (!document_) return;
-    mouseEdit_.reset();
-    const int current = currentSlide_;
-    std::optional<std::string> before;
-    try {
-        before = Snapshot(slide);
-    } catch (const Error&) {
-        // A text too long for the binary form: the edit is made, without a step.
-    }
-    struct Depth {
-        int& depth;
-        explicit Depth(int& d) : depth(++d) {}
-        ~Depth() { --depth; }
-    };
-    {
-        const Depth depth(editDepth_);
+    session_->Edit(text, slide, currentSlide_, [&] {
         edit();
-    }
-    if (!document_) return;
-    std::string after;
-    try {
-        if (before) after = Snapshot(slide);
-    } catch (const Error&) {
-        before.reset();
-    }
-    if (!before) {
-        MarkChanged();
-        return;
-    }
-    if (after == *before) return;  // cancelled, or nothing changed
-    undoStack_->push(new DocumentStep(*this, text, slide, std::move(*before), current, currentSlide_));
-}
-
-void FormMain::PutBack(int slide, const std::string& snapshot, int current) {
-    mouseEdit_.reset();
-    currentIconView_ = nullptr;
-    view_->SetSlide(nullptr);  // its views let go of the icons that are replaced
-    if (slide == 0) document_->Restore(snapshot, fileName_);
-    else document_->Slides().Item(slide).Restore(snapshot);
-    if (document_->Slides().Count() == 0) ShowNoSlide();
-    else ShowSlide(std::clamp(current, 1, static_cast<int>(document_->Slides().Count())), true);
-    picMain_->update();
+        return currentSlide_;
+    });
 }
 
 void FormMain::ShowNoSlide() {
@@ -458,39 +329,6 @@ void FormMain::ShowNoSlide() {
     UpdateSlideRange();
     UpdateStatus();
     UpdateEnabling();
-}
-
-void FormMain::BeginMouseEdit() {
-    mouseEdit_.reset();
-    const Slide* slide = Current();
-    if (slide == nullptr) return;
-    try {
-        mouseEdit_ = MouseEdit{currentSlide_, slide->Snapshot(), Places(*slide)};
-    } catch (const Error&) {
-        // Dragged all the same, without a step.
-    }
-}
-
-void FormMain::EndMouseEdit() {
-    std::optional<MouseEdit> edit = std::move(mouseEdit_);
-    mouseEdit_.reset();
-    const Slide* slide = Current();
-    if (edit && slide != nullptr && edit->slide == currentSlide_) {
-        const std::string after = slide->Snapshot();
-        const auto places = Places(*slide);
-        if (after != edit->before && places.size() == edit->places.size()) {
-            QString text;
-            for (std::size_t i = 0; i < places.size() && text.isEmpty(); ++i) {
-                const auto& was = edit->places[i];
-                const std::string& name = slide->Icons().Item(static_cast<int32_t>(i + 1)).Name();
-                if (places[i][0] != was[0] || places[i][1] != was[1]) text = Step(Str::StepMoveIcon, name);
-                else if (places[i] != was) text = Step(Str::StepMoveLeader, name);
-            }
-            undoStack_->push(new DocumentStep(*this, text, currentSlide_, std::move(edit->before), currentSlide_, currentSlide_));
-            return;
-        }
-    }
-    MarkChanged();  // after every mouse-up on an icon, also when nothing moved
 }
 
 void FormMain::SignalIcon(IconView& view) {
@@ -503,13 +341,13 @@ std::unique_ptr<IconSurface> FormMain::CreateIcon() { return picMain_->CreateIco
 
 void FormMain::UpdateCaption() {
     std::string caption = S(Str::AppTitle);
-    if (!fileName_.empty()) caption += ": " + FileNamePart(fileName_);
-    if (document_ && !Saved()) caption += "*";  // the usual mark of unsaved changes
+    if (!FileName().empty()) caption += ": " + FileNamePart(FileName());
+    if (Document() && !Saved()) caption += "*";  // the usual mark of unsaved changes
     setWindowTitle(QString::fromStdString(caption));
 }
 
 void FormMain::UpdateStatus() {
-    const int16_t worst = document_ ? document_->WorstTolerance() : ToleranceState::NotEvaluated;
+    const int16_t worst = Document() ? Document()->WorstTolerance() : ToleranceState::NotEvaluated;
     stateText_->setVisible(worst != ToleranceState::NotEvaluated);
     if (worst != ToleranceState::NotEvaluated) {
         stateText_->setText(QString::fromStdString(FormatResString(Str::StatusWorst, {ToleranceStateName(worst)})));
@@ -521,45 +359,37 @@ void FormMain::UpdateStatus() {
         palette.setColor(QPalette::WindowText, Qt::black);
         stateText_->setPalette(palette);
     }
-    if (!document_ || currentSlide_ < 1) {
+    if (!Document() || currentSlide_ < 1) {
         statusText_->clear();
         return;
     }
-    statusText_->setText(QString::fromStdString(FormatResString(Str::SlideStatus, {currentSlide_, document_->Slides().Count()})));
+    statusText_->setText(QString::fromStdString(FormatResString(Str::SlideStatus, {currentSlide_, Document()->Slides().Count()})));
 }
 
 void FormMain::UpdateEnabling() {
-    const bool open = document_ != nullptr;
-    for (const char* name : {"mnuFileSave", "mnuFileSaveAs", "mnuFileSaveBinary", "mnuFileClose", "mnuFileProperties",
-                             "mnuFileExport", "mnuFileEvaluate", "mnuFileAverage", "mnuFilePrint", "mnuFileCapture",
-                             "mnuFileCopyImage", "mnuScreenPreview"})
-        findChild<QAction*>(name)->setEnabled(open);
-    const int count = open ? document_->Slides().Count() : 0;
+    const bool open = Document() != nullptr;
+    for (QAction* item : needDocument_) item->setEnabled(open);
+    const int count = open ? Document()->Slides().Count() : 0;
     const bool current = Current() != nullptr;
-    findChild<QAction*>("mnuSlideFirst")->setEnabled(currentSlide_ > 1);
-    findChild<QAction*>("mnuSlidePrevious")->setEnabled(currentSlide_ > 1);
-    findChild<QAction*>("mnuSlideNext")->setEnabled(currentSlide_ < count);
-    findChild<QAction*>("mnuSlideLast")->setEnabled(currentSlide_ < count);
-    findChild<QAction*>("mnuSlideAdd")->setEnabled(open);
-    findChild<QAction*>("mnuSlideInsert")->setEnabled(open);
-    findChild<QAction*>("mnuSlideRemove")->setEnabled(count > 1);
+    slideFirst_->setEnabled(currentSlide_ > 1);
+    slidePrevious_->setEnabled(currentSlide_ > 1);
+    slideNext_->setEnabled(currentSlide_ < count);
+    slideLast_->setEnabled(currentSlide_ < count);
+    slideRemove_->setEnabled(count > 1);
     // Moving is offered only where there is a neighbour to change places with.
-    findChild<QAction*>("mnuSlideUp")->setEnabled(current && currentSlide_ > 1);
-    findChild<QAction*>("mnuSlideDown")->setEnabled(current && currentSlide_ < count);
-    for (const char* name : {"mnuSlideTitle", "mnuSlideHelpTopic", "mnuBackSet", "mnuBackClear", "mnuBackColor", "mnuBackPosition",
-                             "mnuBackUpdate"})
-        findChild<QAction*>(name)->setEnabled(current);
-    findChild<QAction*>("mnuBackEdit")->setEnabled(current && !Current()->PictureFile().empty());
-    findChild<QAction*>("mnuInsertIcon")->setEnabled(current);
+    slideUp_->setEnabled(current && currentSlide_ > 1);
+    slideDown_->setEnabled(current && currentSlide_ < count);
+    for (QAction* item : needSlide_) item->setEnabled(current);
+    backEdit_->setEnabled(current && !Current()->PictureFile().empty());
 }
 
 Slide* FormMain::Current() const {
-    if (!document_ || currentSlide_ < 1 || currentSlide_ > document_->Slides().Count()) return nullptr;
-    return &document_->Slides().Item(currentSlide_);
+    if (!Document() || currentSlide_ < 1 || currentSlide_ > Document()->Slides().Count()) return nullptr;
+    return &Document()->Slides().Item(currentSlide_);
 }
 
 void FormMain::UpdateSlideRange() {
-    const int count = document_ ? document_->Slides().Count() : 0;
+    const int count = Document() ? Document()->Slides().Count() : 0;
     hsSlide_->blockSignals(true);
     hsSlide_->setRange(count > 0 ? 1 : 0, count);
     hsSlide_->setValue(currentSlide_);
@@ -574,7 +404,7 @@ bool FormMain::AskToSave() {
             FileSave();
             return Saved();
         case Answer::No:
-            SetSaved();
+            session_->Discard();
             return true;
         case Answer::Cancel:
             return false;
@@ -582,29 +412,26 @@ bool FormMain::AskToSave() {
     return false;
 }
 
-void FormMain::ShowError(const Error& error, const std::string& fileName) {
-    CurrentPrompt().Message(FormatResString(Str::FileErrorMessage, {error.Description(), fileName, error.Number(), error.Source()}),
-                            S(Str::FileErrorTitle), MessageKind::Stop);
-}
-
-void FormMain::ShowDocument(std::unique_ptr<SlideShow> show, const std::string& fileName) {
-    view_->SetSlide(nullptr);
-    ResetEditing();
-    document_ = std::move(show);
-    fileName_ = fileName;
+// Another document, or none: the window starts again on its first slide.
+void FormMain::ShowDocument() {
+    currentIconView_ = nullptr;
     currentSlide_ = 0;
-    UpdateCaption();
+    if (Document() == nullptr) {
+        ClearWindow();
+        return;
+    }
     statusText_->clear();
     UpdateSlideRange();
-    if (document_->Slides().Count() > 0) ShowSlide(1);
+    if (Document()->Slides().Count() > 0) ShowSlide(1);
+    UpdateStatus();
     UpdateEnabling();
 }
 
 void FormMain::ShowSlide(int number, bool force) {
-    if (!document_ || number < 1 || number > document_->Slides().Count()) return;
+    if (!Document() || number < 1 || number > Document()->Slides().Count()) return;
     if (!force && number == currentSlide_ && view_->CurrentSlide() != nullptr) return;  // nothing moves: no repaint
     currentSlide_ = number;
-    view_->SetSlide(&document_->Slides().Item(number));
+    view_->SetSlide(&Document()->Slides().Item(number));
     UpdateSlideRange();
     UpdateStatus();
     UpdateEnabling();
@@ -613,11 +440,11 @@ void FormMain::ShowSlide(int number, bool force) {
 void FormMain::SlideFirst() { ShowSlide(1); }
 
 void FormMain::SlideLast() {
-    if (document_) ShowSlide(document_->Slides().Count());
+    if (Document()) ShowSlide(Document()->Slides().Count());
 }
 
 void FormMain::SlideNext() {
-    if (document_ && currentSlide_ < document_->Slides().Count()) ShowSlide(currentSlide_ + 1);
+    if (Document() && currentSlide_ < Document()->Slides().Count()) ShowSlide(currentSlide_ + 1);
 }
 
 void FormMain::SlidePrevious() {
@@ -626,7 +453,7 @@ void FormMain::SlidePrevious() {
 
 void FormMain::SlideAdd() {
     Edit(Text(Str::StepAddSlide), 0, [this] {
-        SlideCollection& slides = document_->Slides();
+        SlideCollection& slides = Document()->Slides();
         if (Current() != nullptr) slides.Add(currentSlide_);
         else slides.Add();
         ShowSlide(Current() != nullptr ? currentSlide_ + 1 : slides.Count(), true);
@@ -635,7 +462,7 @@ void FormMain::SlideAdd() {
 
 void FormMain::SlideInsert() {
     Edit(Text(Str::StepInsertSlide), 0, [this] {
-        SlideCollection& slides = document_->Slides();
+        SlideCollection& slides = Document()->Slides();
         if (Current() == nullptr) {
             slides.Insert();
             ShowSlide(slides.Count(), true);
@@ -649,26 +476,26 @@ void FormMain::SlideInsert() {
 
 void FormMain::SlideRemove() {
     Slide* slide = Current();
-    if (slide == nullptr || document_->Slides().Count() <= 1) return;  // the last slide stays
+    if (slide == nullptr || Document()->Slides().Count() <= 1) return;  // the last slide stays
     if (CurrentPrompt().Ask(FormatResString(Str::RemoveSlidePrompt, {slide->Name()}), S(Str::ConfirmTitle), false) != Answer::Yes)
         return;
     const int removed = currentSlide_;
     Edit(Step(Str::StepRemoveSlide, removed), 0, [this, removed] {
-        const int next = removed == document_->Slides().Count() ? removed - 1 : removed;
+        const int next = removed == Document()->Slides().Count() ? removed - 1 : removed;
         view_->SetSlide(nullptr);  // the view lets go of the slide before it goes
-        document_->Slides().Remove(removed);
+        Document()->Slides().Remove(removed);
         ShowSlide(next, true);
     });
 }
 
 void FormMain::SlideUp() {
     if (Current() == nullptr || currentSlide_ <= 1) return;
-    Edit(Step(Str::StepSlideUp, currentSlide_), 0, [this] { ShowSlide(document_->Slides().MoveUp(currentSlide_), true); });
+    Edit(Step(Str::StepSlideUp, currentSlide_), 0, [this] { ShowSlide(Document()->Slides().MoveUp(currentSlide_), true); });
 }
 
 void FormMain::SlideDown() {
-    if (Current() == nullptr || currentSlide_ >= document_->Slides().Count()) return;
-    Edit(Step(Str::StepSlideDown, currentSlide_), 0, [this] { ShowSlide(document_->Slides().MoveDown(currentSlide_), true); });
+    if (Current() == nullptr || currentSlide_ >= Document()->Slides().Count()) return;
+    Edit(Step(Str::StepSlideDown, currentSlide_), 0, [this] { ShowSlide(Document()->Slides().MoveDown(currentSlide_), true); });
 }
 
 void FormMain::SlideTitle() {
@@ -835,7 +662,7 @@ void FormMain::FileNew() {
     if (FileExists(*name) &&
         CurrentPrompt().Ask(FormatResString(Str::NewFileExists, {*name}), S(Str::ConfirmTitle), false) != Answer::Yes)
         return;
-    ShowDocument(std::make_unique<SlideShow>(), *name);
+    session_->New(*name);
 }
 
 void FormMain::FileOpen() {
@@ -845,24 +672,7 @@ void FormMain::FileOpen() {
 }
 
 bool FormMain::OpenDocument(const std::string& fileName) {
-    if (!AskToSave()) return false;
-    // Loaded aside first: a file that cannot be read leaves the window as it was.
-    auto show = std::make_unique<SlideShow>();
-    try {
-        show->LoadFromFile(fileName);
-    } catch (const Error& error) {
-        ShowError(error, fileName);
-        return false;
-    }
-    ShowDocument(std::move(show), fileName);
-    RememberDocument(fileName);
-    if (IsReadOnly(fileName)) CurrentPrompt().Message(S(Str::OpenReadOnly), S(Str::ReadOnlyTitle), MessageKind::Information);
-    return true;
-}
-
-void FormMain::RememberDocument(const std::string& fileName) {
-    recent_.Add(fileName);
-    UpdateRecentMenu();
+    return AskToSave() && session_->Open(fileName);
 }
 
 // The entries sit just above Exit, numbered for the keyboard, as editors have them.
@@ -874,8 +684,8 @@ void FormMain::UpdateRecentMenu() {
         old->deleteLater();
     }
     recentActions_.clear();
-    const auto& paths = recent_.Paths();
-    const auto labels = recent_.Labels();
+    const auto& paths = session_->Recent().Paths();
+    const auto labels = session_->Recent().Labels();
     for (std::size_t i = 0; i < paths.size(); ++i) {
         const std::string path = paths[i];
         QString label = QString::fromStdString(labels[i]);
@@ -897,57 +707,29 @@ void FormMain::UpdateRecentMenu() {
 void FormMain::OpenRecent(const std::string& fileName) {
     if (!FileExists(fileName)) {
         CurrentPrompt().Message(FormatResString(Str::RecentFileMissing, {fileName}), S(Str::AppTitle), MessageKind::Exclamation);
-        recent_.Remove(fileName);
+        session_->Recent().Remove(fileName);
         UpdateRecentMenu();
         return;
     }
     OpenDocument(fileName);
 }
 
-bool FormMain::Write(const std::string& fileName, bool binary) {
-    try {
-        if (binary) document_->SaveToBinary(fileName);
-        else document_->SaveToFile(fileName);
-    } catch (const Error& error) {
-        ShowError(error, fileName);
-        return false;  // the document in memory is untouched and still unsaved
-    }
-    return true;
-}
-
 void FormMain::FileSave() {
-    if (!document_) return;
-    if (fileName_.empty()) {
-        FileSaveAs();
-        return;
-    }
-    if (IsReadOnly(fileName_)) {
-        CurrentPrompt().Message(S(Str::SaveReadOnly), S(Str::ReadOnlyTitle), MessageKind::Information);
-        return;
-    }
-    if (Write(fileName_, document_->Binary())) SetSaved();
+    if (!Document()) return;
+    if (FileName().empty()) FileSaveAs();
+    else session_->Save();
 }
 
 void FormMain::FileSaveAs() {
-    if (!document_) return;
-    const auto name = ChooseSaveTarget({S(Str::SaveAsTitle), S(Str::TextFilter), slideDirectory_, fileName_}, ".pdz");
-    if (!name || !Write(*name, false)) return;
-    recovery_.Remove(fileName_);
-    fileName_ = *name;
-    RememberDocument(*name);
-    UpdateCaption();
-    SetSaved();
+    if (!Document()) return;
+    if (const auto name = ChooseSaveTarget({S(Str::SaveAsTitle), S(Str::TextFilter), slideDirectory_, FileName()}, ".pdz"))
+        session_->SaveAs(*name, false);
 }
 
 void FormMain::FileSaveBinary() {
-    if (!document_) return;
-    const auto name = ChooseSaveTarget({S(Str::SaveAsTitle), S(Str::BinaryFilter), slideDirectory_, fileName_}, ".pdx");
-    if (!name || !Write(*name, true)) return;
-    recovery_.Remove(fileName_);
-    fileName_ = *name;
-    RememberDocument(*name);
-    UpdateCaption();
-    SetSaved();
+    if (!Document()) return;
+    if (const auto name = ChooseSaveTarget({S(Str::SaveAsTitle), S(Str::BinaryFilter), slideDirectory_, FileName()}, ".pdx"))
+        session_->SaveAs(*name, true);
 }
 
 std::optional<std::string> FormMain::ChooseSaveTarget(const FileChoice& choice, const std::string& extension) {
@@ -971,27 +753,12 @@ void FormMain::ClearWindow() {
     picMain_->SetView(view_.get());
     picMain_->SetBackColor(QColor(0xC4, 0xC4, 0xC4));
     picMain_->update();
-    ResetEditing();
-    document_.reset();
-    fileName_.clear();
-    currentSlide_ = 0;
-    UpdateCaption();
     UpdateSlideRange();
     UpdateEnabling();
 }
 
-// A document shown or closed starts with nothing to undo and nothing to recover.
-void FormMain::ResetEditing() {
-    mouseEdit_.reset();
-    changedOutsideUndo_ = false;
-    recoveryTimer_->stop();
-    document_.reset();  // the steps of the old document would put it back
-    undoStack_->clear();
-}
-
 void FormMain::FileClose() {
-    if (!AskToSave()) return;
-    ClearWindow();
+    if (AskToSave()) session_->Close();
 }
 
 void FormMain::FileExit() { close(); }
@@ -1009,7 +776,7 @@ void FormMain::closeEvent(QCloseEvent* event) {
             FileSaveAs();
             break;
         case Answer::No:
-            SetSaved();  // and the recovery copy goes: the user threw the changes away
+            session_->Discard();  // and the recovery copy goes: the user threw the changes away
             event->accept();
             FormHelp::CloseWithEditor();
             break;
@@ -1020,29 +787,23 @@ void FormMain::closeEvent(QCloseEvent* event) {
 }
 
 void FormMain::FileProperties() {
-    if (!document_) return;
+    if (!Document()) return;
     Edit(Text(Str::StepShowProperties), 0, [this] {
-        FormProperties dialog(*document_, this);
+        FormProperties dialog(*Document(), this);
         dialog.exec();
     });
-    if (Saved()) MarkChanged();  // whatever the answer, as it always has
+    if (Saved()) session_->MarkChanged();  // whatever the answer, as it always has
 }
 
 void FormMain::FileImport() {
     FormImport dialog(this);
     dialog.exec();
     if (!dialog.Accepted()) return;
-    try {
-        if (!ImportSlideShow(dialog.PackagePath(), dialog.TargetPath())) return;  // the user declined
-    } catch (const Error& error) {
-        ShowError(error, dialog.PackagePath());
-        return;
-    }
-    OpenDocument(dialog.TargetPath());
+    if (session_->Import(dialog.PackagePath(), dialog.TargetPath())) OpenDocument(dialog.TargetPath());
 }
 
 void FormMain::FileExport() {
-    if (!document_) return;
+    if (!Document()) return;
     if (!Saved()) {
         switch (CurrentPrompt().Ask(S(Str::ExportAskSave), S(Str::ConfirmTitle), true)) {
             case Answer::Yes:
@@ -1055,73 +816,35 @@ void FormMain::FileExport() {
                 return;
         }
     }
-    if (!FileExists(fileName_)) {
-        CurrentPrompt().Message(FormatResString(Str::ExportNotOnDisk, {fileName_}), S(Str::ExportTitle), MessageKind::Exclamation);
+    if (!FileExists(FileName())) {
+        CurrentPrompt().Message(FormatResString(Str::ExportNotOnDisk, {FileName()}), S(Str::ExportTitle), MessageKind::Exclamation);
         return;
     }
-    FormExport dialog(fileName_, this);
+    FormExport dialog(FileName(), this);
     dialog.exec();
     if (!dialog.Accepted()) return;
-    try {
-        ExportSlideShow(fileName_, dialog.PackagePath(), dialog.Comment());
-    } catch (const Error& error) {
-        ShowError(error, dialog.PackagePath());
-    }
+    session_->Export(dialog.PackagePath(), dialog.Comment());
 }
 
 void FormMain::FileEvaluate() {
-    if (!document_) return;
+    if (!Document()) return;
     const auto file = CurrentPrompt().ChooseOpenFile({S(Str::EvaluateTitle), S(Str::ReportFilter), slideDirectory_, ""});
-    if (!file || file->empty()) return;
-    Report report;
-    try {
-        report.LoadFromFile(*file);
-    } catch (const Error& error) {
-        ShowError(error, *file);
-        return;
-    }
-    Edit(Step(Str::StepEvaluate, FileNamePart(*file)), 0, [&] {
-        try {
-            report.Evaluate(*document_);
-        } catch (const Error& error) {
-            ShowError(error, *file);  // what was filled in so far is one step to undo
-        }
-        ShowSlide(currentSlide_, true);  // every icon in its new colours
-    });
+    if (file && !file->empty() && session_->Evaluate(*file, currentSlide_)) ShowSlide(currentSlide_, true);  // every icon in its new colours
 }
 
 void FormMain::FileAverage() {
-    if (!document_) return;
+    if (!Document()) return;
     const auto files = CurrentPrompt().ChooseOpenFiles({S(Str::AverageTitle), S(Str::ReportFilter), slideDirectory_, ""});
-    if (files.empty()) return;
-    std::vector<Report> reports(files.size());
-    std::vector<const Report*> set;
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        try {
-            reports[i].LoadFromFile(files[i]);
-        } catch (const Error& error) {
-            ShowError(error, files[i]);
-            return;
-        }
-        set.push_back(&reports[i]);
-    }
-    Edit(Step(Str::StepAverage, static_cast<int>(files.size())), 0, [&] {
-        try {
-            AverageReports(*document_, set);
-        } catch (const Error& error) {
-            ShowError(error, files.front());
-        }
-        ShowSlide(currentSlide_, true);
-    });
+    if (session_->Average(files, currentSlide_)) ShowSlide(currentSlide_, true);
 }
 
 void FormMain::ScreenPreview() {
-    if (document_) FormPreview::Preview(*document_, this);
+    if (Document()) FormPreview::Preview(*Document(), this);
 }
 
 QImage FormMain::SlideImage() const {
-    if (!document_ || currentSlide_ < 1) return {};
-    return RenderSlide(document_->Slides().Item(currentSlide_), picMain_->width(), picMain_->height()).image;
+    if (!Document() || currentSlide_ < 1) return {};
+    return RenderSlide(Document()->Slides().Item(currentSlide_), picMain_->width(), picMain_->height()).image;
 }
 
 void FormMain::PrintSlide(QPrinter& printer) {
@@ -1137,7 +860,7 @@ void FormMain::PrintSlide(QPrinter& printer) {
 }
 
 void FormMain::FilePrint() {
-    if (!document_) return;
+    if (!Document()) return;
     QPrinter printer(QPrinter::HighResolution);
     printer.setPageOrientation(QPageLayout::Landscape);
     QPrintDialog dialog(&printer, this);

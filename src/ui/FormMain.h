@@ -2,8 +2,6 @@
 
 #include <QtWidgets/QMainWindow>
 
-#include <array>
-#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -11,9 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "model/Recovery.h"
 #include "services/Prompt.h"
-#include "services/RecentFiles.h"
+#include "session/DocumentSession.h"
 #include "view/Surfaces.h"
 
 class QAction;
@@ -24,8 +21,6 @@ class QPrinter;
 class QPushButton;
 class QScrollBar;
 class QStatusBar;
-class QTimer;
-class QUndoStack;
 
 namespace kvo {
 
@@ -35,7 +30,6 @@ class Icon;
 class Slide;
 class SlideShow;
 class SlideView;
-class DocumentStep;
 
 // The editor's window: one slide show at a time, its current slide on picMain,
 // and the file commands.
@@ -107,14 +101,11 @@ public:
     // Offers each recovery copy that is newer than its document, newest first,
     // and restores the first one the user takes.
     void OfferRecovery();
-    // How long after a change the recovery copy is written.
-    void SetRecoveryDelay(std::chrono::milliseconds delay);
-    const Recovery& RecoveryCopies() const { return recovery_; }
-    QUndoStack& UndoStack() const { return *undoStack_; }
 
+    DocumentSession& Session() const { return *session_; }
     bool Saved() const;
-    const std::string& FileName() const { return fileName_; }
-    SlideShow* Document() const { return document_.get(); }
+    const std::string& FileName() const;
+    SlideShow* Document() const;
     SlideView& View() const { return *view_; }
     SlideHost& Host() const { return *picMain_; }
     int CurrentSlide() const { return currentSlide_; }
@@ -128,46 +119,24 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    friend class DocumentStep;
-    // A drag of an icon or a leader end, from the press to the mouse-up.
-    struct MouseEdit {
-        int slide;
-        std::string before;
-        std::vector<std::array<int32_t, 4>> places;  // each icon's left, top and leader end
-    };
-
     // Runs one edit and records it as an undoable step named text when it
     // changed the document; slide is the one slide it touches, 0 the whole show.
     void Edit(const QString& text, int slide, const std::function<void()>& edit);
     // Whether the desktop names a default application for the file's type.
     static bool HasRegisteredEditor(const QString& file);
     static bool StartPictureEditor(const QString& program, const QString& file);
-    std::string Snapshot(int slide) const;
-    // Puts a snapshot back and shows slide current, with new views for its icons.
-    void PutBack(int slide, const std::string& snapshot, int current);
-    void BeginMouseEdit();
-    void EndMouseEdit();
-    // Saved, or changes the user chose to throw away.
-    void SetSaved();
-    // A change that is no undoable step.
-    void MarkChanged();
-    void UndoIndexChanged();
-    void WriteRecovery();
     void ShowNoSlide();
-    void ResetEditing();
 
     void BuildControls();
     void BuildMenus();
     void ReadDirectories();
     bool AskToSave();
-    void ShowDocument(std::unique_ptr<SlideShow> show, const std::string& fileName);
+    void ShowDocument();
     void ClearWindow();
-    bool Write(const std::string& fileName, bool binary);
     // The name chosen in a save dialog, with the format's extension when none
     // was typed; none when cancelled or when the user keeps an existing file.
     std::optional<std::string> ChooseSaveTarget(const FileChoice& choice, const std::string& extension);
     bool ConfirmReplace(const std::string& file);
-    void ShowError(const Error& error, const std::string& fileName);
     void UpdateCaption();
     void UpdateStatus();
     void UpdateEnabling();
@@ -194,18 +163,20 @@ private:
     QMenu* fileMenu_ = nullptr;
     QAction* exitAction_ = nullptr;
     QList<QAction*> recentActions_;  // the recent files' entries and the separator after them
-    RecentFiles recent_{RecentFiles::DefaultStorePath()};
-    QUndoStack* undoStack_;
-    Recovery recovery_{Recovery::DefaultDirectory()};
-    QTimer* recoveryTimer_;
-    std::optional<MouseEdit> mouseEdit_;
-    int editDepth_ = 0;
-    bool changedOutsideUndo_ = false;  // the deliberate cases that mark a change without a step
+    QList<QAction*> needDocument_;   // enabled while a document is open
+    QList<QAction*> needSlide_;      // enabled while a slide is shown
+    QAction* slideFirst_ = nullptr;
+    QAction* slidePrevious_ = nullptr;
+    QAction* slideNext_ = nullptr;
+    QAction* slideLast_ = nullptr;
+    QAction* slideRemove_ = nullptr;
+    QAction* slideUp_ = nullptr;
+    QAction* slideDown_ = nullptr;
+    QAction* backEdit_ = nullptr;
+    DocumentSession* session_;
     IconView* currentIconView_ = nullptr;  // while the icon menu is open
     std::unique_ptr<Icon> defaultIcon_;    // the template of new icons, for as long as the program runs
-    std::unique_ptr<SlideShow> document_;
     std::unique_ptr<SlideView> view_;
-    std::string fileName_;
     std::string slideDirectory_;
     std::string bitmapDirectory_;
     int currentSlide_ = 0;

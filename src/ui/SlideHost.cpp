@@ -7,9 +7,7 @@
 #include <cmath>
 
 #include "services/Error.h"
-#include "services/Language.h"
 #include "services/Prompt.h"
-#include "services/StringIds.h"
 #include "view/SlideView.h"
 
 namespace kvo {
@@ -100,8 +98,7 @@ void SlideHost::Guarded(const std::function<void()>& work) {
     try {
         work();
     } catch (const Error& error) {
-        CurrentPrompt().Message(error.Description() + " (" + error.Source() + ", error " + std::to_string(error.Number()) + ")",
-                                LoadResString(Str::AppTitle), MessageKind::Stop);
+        ShowError(error);
     }
 }
 

@@ -102,7 +102,7 @@ TEST_F(FormMainTest, TheTitleMarksUnsavedChanges) {
     const std::string title = LoadResString(Str::AppTitle) + ": GearHousing.pdz";
     window->SlideAdd();
     EXPECT_EQ(window->windowTitle().toStdString(), title + "*");
-    window->UndoStack().undo();
+    window->Session().UndoStack().undo();
     EXPECT_EQ(window->windowTitle().toStdString(), title);
     window->SignalFileChanged();
     EXPECT_EQ(window->windowTitle().toStdString(), title + "*");

@@ -21,7 +21,7 @@ int main(int argc, char** argv) {
     kvo::InitResources();
     kvo::test::RecordingPrompt prompt;
     kvo::FormMain window;
-    window.SetRecoveryDelay(std::chrono::milliseconds(50));
+    window.Session().SetRecoveryDelay(std::chrono::milliseconds(50));
     window.show();
     if (!window.OpenDocument(argv[1])) return 1;
     window.SlideAdd();
@@ -31,7 +31,7 @@ int main(int argc, char** argv) {
     std::ostringstream text;
     window.Document()->WriteText(text);
     kvo::test::WriteFile(argv[2], text.str());
-    const std::string copy = window.RecoveryCopies().CopyPath(argv[1]);
+    const std::string copy = window.Session().RecoveryCopies().CopyPath(argv[1]);
     if (!QTest::qWaitFor([&] { return std::filesystem::exists(copy); }, 10000)) return 1;
     std::cout << "ready" << std::endl;
     return QApplication::exec();

@@ -66,16 +66,16 @@ TEST_F(ReportUiTest, EvaluatingAndAveragingAreStepsThatRecolourTheShow) {
     const std::string before = TextOf(*window_.Document());
     prompt_.files = {report_};
     window_.FileEvaluate();
-    EXPECT_EQ(window_.UndoStack().undoText(), "Evaluate report GearHousing-part7.rpt");
+    EXPECT_EQ(window_.Session().UndoStack().undoText(), "Evaluate report GearHousing-part7.rpt");
     const Slide& front = window_.Document()->Slides().Item(1);
     EXPECT_EQ(Shown(front, "#12", 2), ".018");
     EXPECT_EQ(Shown(front, "BORE_B2", 9), ".071");
     EXPECT_TRUE(State()->isVisible());
     EXPECT_EQ(State()->text(), "Worst state: out of tolerance");
     const std::string evaluated = TextOf(*window_.Document());
-    window_.UndoStack().undo();
+    window_.Session().UndoStack().undo();
     EXPECT_EQ(TextOf(*window_.Document()), before);
-    window_.UndoStack().redo();
+    window_.Session().UndoStack().redo();
     EXPECT_EQ(TextOf(*window_.Document()), evaluated);
 
     // Two parts: the second's bore 12 further out.
@@ -84,15 +84,15 @@ TEST_F(ReportUiTest, EvaluatingAndAveragingAreStepsThatRecolourTheShow) {
     test::WriteFile(dir_.File("part8.rpt"), second);
     prompt_.fileLists = {{report_, dir_.File("part8.rpt")}};
     window_.FileAverage();
-    EXPECT_EQ(window_.UndoStack().undoText(), "Average of 2 reports");
+    EXPECT_EQ(window_.Session().UndoStack().undoText(), "Average of 2 reports");
     EXPECT_EQ(Shown(window_.Document()->Slides().Item(1), "#12", 2), ".021");
 
     // A bad report is reported and changes nothing.
     test::WriteFile(dir_.File("bad.rpt"), "BLOCK Report\n\tBLOCK Feature\n\t\tDECIMALS=many\n");
-    const int steps = window_.UndoStack().count();
+    const int steps = window_.Session().UndoStack().count();
     prompt_.files = {dir_.File("bad.rpt")};
     window_.FileEvaluate();
-    EXPECT_EQ(window_.UndoStack().count(), steps);
+    EXPECT_EQ(window_.Session().UndoStack().count(), steps);
     ASSERT_FALSE(prompt_.shown.empty());
     EXPECT_NE(prompt_.shown.back().text.find("Line 3: DECIMALS in the Feature block must be a number"), std::string::npos)
         << prompt_.shown.back().text;

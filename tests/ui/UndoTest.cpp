@@ -89,12 +89,12 @@ protected:
         const std::string step = name.toStdString();
         const std::string before = Text();
         const int slideBefore = window_.CurrentSlide();
-        const int steps = window_.UndoStack().count();
+        const int steps = window_.Session().UndoStack().count();
         edit();
         const std::string after = Text();
         const int slideAfter = window_.CurrentSlide();
         ASSERT_NE(after, before) << step;
-        ASSERT_EQ(window_.UndoStack().count(), steps + 1) << step;
+        ASSERT_EQ(window_.Session().UndoStack().count(), steps + 1) << step;
         EXPECT_EQ(Action("mnuEditUndo")->text(), "&Undo " + name);
         EXPECT_FALSE(window_.Saved()) << step;
 
@@ -176,7 +176,7 @@ TEST_F(UndoTest, EveryKindOfEditIsOneStepThatUndoesAndRedoes) {
     Check("Slide show properties", [&] { window_.FileProperties(); });
 
     // All the way back is the file as it was opened.
-    while (window_.UndoStack().canUndo()) window_.UndoStack().undo();
+    while (window_.Session().UndoStack().canUndo()) window_.Session().UndoStack().undo();
     EXPECT_EQ(Text(), opened);
     EXPECT_EQ(window_.CurrentSlide(), 1);
 }
@@ -199,16 +199,16 @@ TEST_F(UndoTest, TheSavedStateIsWhereTheLastSaveWas) {
     EXPECT_EQ(window_.View().CurrentSlide()->Icons().Count(), 1);
 
     // Cancelled and unchanged edits leave no step behind.
-    const int steps = window_.UndoStack().count();
+    const int steps = window_.Session().UndoStack().count();
     window_.BackColor();
     prompt_.texts = {std::nullopt};
     window_.SlideHelpTopic();
-    EXPECT_EQ(window_.UndoStack().count(), steps);
+    EXPECT_EQ(window_.Session().UndoStack().count(), steps);
 
     // A new document starts with nothing to undo.
     window_.FileSave();
     window_.OpenDocument(file_);
-    EXPECT_FALSE(window_.UndoStack().canUndo());
+    EXPECT_FALSE(window_.Session().UndoStack().canUndo());
     EXPECT_TRUE(window_.Saved());
 }
 
@@ -216,46 +216,49 @@ TEST_F(UndoTest, ChangesKeptDeliberatelyWithoutAStepStayUnsaved) {
     // A click that moves nothing, and properties confirmed unchanged, count as changes as they always have.
     Send(Surface(1), QEvent::MouseButtonPress, QPoint(5, 5), Qt::LeftButton, Qt::LeftButton);
     Send(Surface(1), QEvent::MouseButtonRelease, QPoint(5, 5), Qt::LeftButton, Qt::NoButton);
-    EXPECT_FALSE(window_.UndoStack().canUndo());
+    EXPECT_FALSE(window_.Session().UndoStack().canUndo());
     EXPECT_FALSE(window_.Saved());
     window_.FileSave();
     test::WhenDialogOpens([](QWidget& dialog) { test::Click(dialog, "cmdOK"); });
     window_.FileProperties();
-    EXPECT_FALSE(window_.UndoStack().canUndo());
+    EXPECT_FALSE(window_.Session().UndoStack().canUndo());
     EXPECT_FALSE(window_.Saved());
     window_.InsertIcon();
-    window_.UndoStack().undo();
+    window_.Session().UndoStack().undo();
     EXPECT_FALSE(window_.Saved());
 
     // Not in the middle of a drag: the icon held would vanish under the mouse.
-    window_.UndoStack().redo();
+    window_.Session().UndoStack().redo();
     Send(Surface(1), QEvent::MouseButtonPress, QPoint(5, 5), Qt::LeftButton, Qt::LeftButton);
     Send(Surface(1), QEvent::MouseMove, QPoint(60, 40), Qt::NoButton, Qt::LeftButton);
     Action("mnuEditUndo")->trigger();
-    EXPECT_EQ(window_.UndoStack().index(), 1);
+    EXPECT_EQ(window_.Session().UndoStack().index(), 1);
     Send(Surface(1), QEvent::MouseButtonRelease, QPoint(60, 40), Qt::LeftButton, Qt::NoButton);
     Action("mnuEditUndo")->trigger();  // the drag
-    EXPECT_EQ(window_.UndoStack().index(), 1);
+    EXPECT_EQ(window_.Session().UndoStack().index(), 1);
 }
 
 TEST_F(UndoTest, RecoveryCopiesFollowTheUnsavedState) {
-    const std::string copy = window_.RecoveryCopies().CopyPath(file_);
-    window_.SetRecoveryDelay(std::chrono::milliseconds(20));
+    const std::string copy = window_.Session().RecoveryCopies().CopyPath(file_);
+    window_.Session().SetRecoveryDelay(std::chrono::milliseconds(20));
     window_.InsertIcon();
     EXPECT_FALSE(fs::exists(copy));  // not at once: after the delay
     ASSERT_TRUE(QTest::qWaitFor([&] { return fs::exists(copy); }, 5000));
-    window_.UndoStack().undo();  // back to the file on disk
+    window_.Session().UndoStack().undo();  // back to the file on disk
+    window_.Session().FlushRecovery();  // written and removed on the recovery thread, in order
     EXPECT_FALSE(fs::exists(copy));
 
     window_.InsertIcon();
     ASSERT_TRUE(QTest::qWaitFor([&] { return fs::exists(copy); }, 5000));
     window_.FileSave();
+    window_.Session().FlushRecovery();
     EXPECT_FALSE(fs::exists(copy));
 
     window_.InsertIcon();
     ASSERT_TRUE(QTest::qWaitFor([&] { return fs::exists(copy); }, 5000));
     prompt_.answersToAsk = {Answer::No};
     window_.close();  // and the changes thrown away
+    window_.Session().FlushRecovery();
     EXPECT_FALSE(fs::exists(copy));
 }
 
@@ -284,7 +287,7 @@ TEST_F(UndoTest, AKilledEditorsWorkIsRestored) {
     EXPECT_FALSE(window_.Document()->Binary());
     window_.FileSave();
     EXPECT_EQ(test::ReadFile(file_), test::ReadFile(expected));
-    EXPECT_TRUE(window_.RecoveryCopies().Pending().empty());
+    EXPECT_TRUE(window_.Session().RecoveryCopies().Pending().empty());
 
     window_.OfferRecovery();  // nothing left to offer
     EXPECT_EQ(prompt_.questions.size(), 1u);
