@@ -280,6 +280,17 @@ namespace kvo::Str {
     X(PackageTruncated, 31723)           \
     X(ImageNotWritten, 31724)            \
     X(HelpTopicInvalid, 31730)           \
+    X(QifLoadTitle, 31740)               \
+    X(QifNotXml, 31741)                  \
+    X(QifNotQif, 31742)                  \
+    X(QifNoResults, 31743)               \
+    X(QifMissingElement, 31744)          \
+    X(QifMissingId, 31745)               \
+    X(QifBadNumber, 31746)               \
+    X(QifMissingFile, 31747)             \
+    X(QifUnknownExternal, 31748)         \
+    X(QifNoSample, 31749)                \
+    X(ResultsFilter, 31750)              \
     X(ImportOutsideAsk, 31900)           \
     X(ImportOutsideTitle, 31901)         \
     X(ImportShowUnreadable, 31902)       \
