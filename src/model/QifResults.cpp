@@ -29,6 +29,8 @@ constexpr int16_t kDiameterSymbol = 1;
 constexpr int16_t kWidthSymbol = 14;
 constexpr int16_t kProfileSymbol = 24;
 constexpr int16_t kPositionRow = 9;
+// Far beyond any results file; a reference to something like /proc/kcore must not be read.
+constexpr std::uintmax_t kMaxFileBytes = 256u << 20;
 
 bool IsOneSidedRow(int16_t row) { return row >= 9 && row <= 13; }
 
@@ -130,6 +132,8 @@ public:
             if (from) Fail(Str::QifMissingFile, {from->path, from->LineOf(uri), path}, ErrorNumber::FileNotFound);
             Fail(Str::FileMissing, {path}, ErrorNumber::FileNotFound);
         }
+        if (std::filesystem::file_size(path, ignored) > kMaxFileBytes)
+            Fail(Str::QifTooLarge, {path, static_cast<int32_t>(kMaxFileBytes >> 20)});
         auto doc = std::make_unique<Document>();
         doc->path = path;
         std::ifstream in(path, std::ios::binary);

@@ -291,6 +291,7 @@ namespace kvo::Str {
     X(QifUnknownExternal, 31748)         \
     X(QifNoSample, 31749)                \
     X(ResultsFilter, 31750)              \
+    X(QifTooLarge, 31751)                \
     X(ImportOutsideAsk, 31900)           \
     X(ImportOutsideTitle, 31901)         \
     X(ImportShowUnreadable, 31902)       \

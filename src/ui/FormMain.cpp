@@ -37,6 +37,7 @@
 #include "SlideHost.h"
 #include "model/ExportPackage.h"
 #include "model/Icon.h"
+#include "model/QifResults.h"
 #include "model/Report.h"
 #include "model/SlideShow.h"
 #include "services/Convert.h"
@@ -1036,18 +1037,18 @@ void FormMain::FileExport() {
 
 void FormMain::FileEvaluate() {
     if (!document_) return;
-    const auto file = CurrentPrompt().ChooseOpenFile({S(Str::EvaluateTitle), S(Str::ReportFilter), slideDirectory_, ""});
+    const auto file = CurrentPrompt().ChooseOpenFile({S(Str::EvaluateTitle), S(Str::ResultsFilter), slideDirectory_, ""});
     if (!file || file->empty()) return;
-    Report report;
+    std::vector<Report> reports;
     try {
-        report.LoadFromFile(*file);
+        reports = LoadReports(*file);
     } catch (const Error& error) {
         ShowError(error, *file);
         return;
     }
     Edit(Step(Str::StepEvaluate, FileNamePart(*file)), 0, [&] {
         try {
-            report.Evaluate(*document_);
+            reports.back().Evaluate(*document_);  // of several results, the latest part
         } catch (const Error& error) {
             ShowError(error, *file);  // what was filled in so far is one step to undo
         }
@@ -1057,20 +1058,20 @@ void FormMain::FileEvaluate() {
 
 void FormMain::FileAverage() {
     if (!document_) return;
-    const auto files = CurrentPrompt().ChooseOpenFiles({S(Str::AverageTitle), S(Str::ReportFilter), slideDirectory_, ""});
+    const auto files = CurrentPrompt().ChooseOpenFiles({S(Str::AverageTitle), S(Str::ResultsFilter), slideDirectory_, ""});
     if (files.empty()) return;
-    std::vector<Report> reports(files.size());
-    std::vector<const Report*> set;
-    for (std::size_t i = 0; i < files.size(); ++i) {
+    std::vector<Report> reports;
+    for (const auto& file : files) {
         try {
-            reports[i].LoadFromFile(files[i]);
+            for (auto& report : LoadReports(file)) reports.push_back(std::move(report));
         } catch (const Error& error) {
-            ShowError(error, files[i]);
+            ShowError(error, file);
             return;
         }
-        set.push_back(&reports[i]);
     }
-    Edit(Step(Str::StepAverage, static_cast<int>(files.size())), 0, [&] {
+    std::vector<const Report*> set;
+    for (const auto& report : reports) set.push_back(&report);
+    Edit(Step(Str::StepAverage, static_cast<int>(reports.size())), 0, [&] {
         try {
             AverageReports(*document_, set);
         } catch (const Error& error) {

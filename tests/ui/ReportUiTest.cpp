@@ -98,6 +98,26 @@ TEST_F(ReportUiTest, EvaluatingAndAveragingAreStepsThatRecolourTheShow) {
         << prompt_.shown.back().text;
 }
 
+// QIF results are told from report files by their content; the latest part
+// is evaluated, and averaging takes every part beside report files.
+TEST_F(ReportUiTest, QifResultsAreEvaluatedAndAveragedBesideReportFiles) {
+    const std::string results = JoinPath(EditorDataDirectory(), "samples/GearHousing-results.qif");
+    const std::string renamed = dir_.File("parts.rpt");
+    test::WriteFile(renamed, test::ReadFile(results));
+    prompt_.files = {renamed};
+    window_.FileEvaluate();
+    ASSERT_FALSE(prompt_.fileDialogs.empty());
+    EXPECT_NE(prompt_.fileDialogs.back().filter.find("QIF results (*.qif *.QIF)"), std::string::npos);
+    const Slide& front = window_.Document()->Slides().Item(1);
+    EXPECT_EQ(Shown(front, "BORE_B2", 9), ".083");  // part 8: 0.05 + bonus 0.005 exceeded
+    EXPECT_EQ(State()->text(), "Worst state: out of tolerance");
+
+    prompt_.fileLists = {{report_, results}};
+    window_.FileAverage();
+    EXPECT_EQ(window_.UndoStack().undoText(), "Average of 3 reports");
+    EXPECT_EQ(Shown(window_.Document()->Slides().Item(1), "BORE_B2", 2), ".005");  // (0.027 + 0.012 - 0.025) / 3
+}
+
 TEST_F(ReportUiTest, ThePreviewPlaysTheEnabledSlidesReadOnly) {
     SlideShow show;
     for (const char* name : {"A", "B", "C", "D"}) show.Slides().Add().SetName(name);
