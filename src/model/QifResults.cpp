@@ -12,7 +12,9 @@
 #include <sstream>
 #include <unordered_map>
 
+#include "Icon.h"
 #include "IconCatalogue.h"
+#include "Slide.h"
 #include "Value.h"
 #include "services/Error.h"
 #include "services/Language.h"
@@ -491,6 +493,62 @@ std::vector<Report> QifResults::TakeReports() {
     for (auto& sample : samples_) reports.push_back(std::move(sample.report));
     samples_.clear();
     return reports;
+}
+
+void AddIconsFromResults(Slide& slide, const QifResults& results, const std::vector<int32_t>& features,
+                         const std::function<IconExtent(const Icon&)>& extentOf) {
+    struct Box {
+        int32_t left, top, right, bottom;
+        bool Overlaps(const Box& other) const {
+            return left < other.right && other.left < right && top < other.bottom && other.top < bottom;
+        }
+    };
+    const auto boxOf = [&](const Icon& icon) {
+        const IconExtent extent = extentOf(icon);
+        return Box{icon.Left(), icon.Top(), icon.Left() + extent.width, icon.Top() + extent.height};
+    };
+    std::vector<Box> taken;
+    for (const auto& icon : slide.Icons()) taken.push_back(boxOf(*icon));
+
+    std::vector<std::unique_ptr<Icon>> made;
+    IconExtent cell;  // the grid's step: the largest new box, and a gap
+    constexpr int32_t kGap = 10;
+    for (const int32_t feature : features) {
+        auto icon = std::make_unique<Icon>();
+        icon->SetFeatureName(results.Features().at(static_cast<std::size_t>(feature) - 1));
+        icon->SetDrawLeader(false);  // the author points each one at its feature
+        std::vector<int16_t> rows;
+        for (const auto& m : results.Measurements(1)) {
+            if (m.feature != feature || m.row == 0 || std::find(rows.begin(), rows.end(), m.row) != rows.end()) continue;
+            rows.push_back(m.row);
+            Value& value = icon->Values().Add();
+            value.SetRow(m.row);
+            value.SetGeometricSymbol(m.symbol);
+        }
+        const IconExtent extent = extentOf(*icon);
+        cell.width = std::max(cell.width, extent.width + kGap);
+        cell.height = std::max(cell.height, extent.height + kGap);
+        made.push_back(std::move(icon));
+    }
+    for (std::size_t i = 0; i < made.size(); ++i) {
+        Icon& icon = *made[i];
+        const IconExtent extent = extentOf(icon);
+        bool placed = false;
+        for (int32_t top = 0; !placed && top + extent.height <= Icon::kMaxPosition; top += cell.height) {
+            for (int32_t left = 0; !placed && left + extent.width <= Icon::kMaxPosition; left += cell.width) {
+                const Box box{left, top, left + extent.width, top + extent.height};
+                if (std::any_of(taken.begin(), taken.end(), [&](const Box& other) { return box.Overlaps(other); })) continue;
+                icon.SetLeft(left);
+                icon.SetTop(top);
+                taken.push_back(box);
+                placed = true;
+            }
+        }
+        if (!placed)
+            throw Error(ErrorNumber::InvalidCall, LoadResString(Str::QifLoadTitle),
+                        FormatResString(Str::QifNoRoom, {results.Features()[static_cast<std::size_t>(features[i]) - 1]}));
+    }
+    for (const auto& icon : made) icon->Copy(slide.Icons().Add());
 }
 
 bool IsXmlFile(const std::string& fileName) {

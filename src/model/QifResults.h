@@ -2,13 +2,17 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "Icon.h"
 #include "Report.h"
 
 namespace kvo {
+
+class Slide;
 
 // One characteristic measurement of a QIF results file, as it fills a row of
 // its feature's report.
@@ -53,6 +57,15 @@ private:
     std::vector<std::string> features_;
     std::vector<Sample> samples_;
 };
+
+// One icon per chosen feature (1-based numbers of Features()), named after it,
+// with one deviation cell per report row that the first sample's
+// characteristics of that feature fill (the first one's symbol). The icons go
+// left to right, top to bottom into the first places of a grid where their
+// boxes, as extentOf measures them, overlap no other icon of the slide; when
+// one finds no place, nothing is added and the error names its feature.
+void AddIconsFromResults(Slide& slide, const QifResults& results, const std::vector<int32_t>& features,
+                         const std::function<IconExtent(const Icon&)>& extentOf);
 
 // True when the file's content is XML (a QIF file) rather than a report file.
 bool IsXmlFile(const std::string& fileName);

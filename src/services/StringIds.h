@@ -292,6 +292,7 @@ namespace kvo::Str {
     X(QifNoSample, 31749)                \
     X(ResultsFilter, 31750)              \
     X(QifTooLarge, 31751)                \
+    X(QifNoRoom, 31752)                  \
     X(ImportOutsideAsk, 31900)           \
     X(ImportOutsideTitle, 31901)         \
     X(ImportShowUnreadable, 31902)       \

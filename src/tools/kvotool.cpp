@@ -5,11 +5,13 @@
 #include <QtGui/QGuiApplication>
 #include <QtGui/QImage>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <iomanip>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -20,6 +22,7 @@
 #include "model/QifResults.h"
 #include "model/Report.h"
 #include "model/SlideShow.h"
+#include "view/IconView.h"
 #include "view/OffscreenSurfaces.h"
 #include "services/Convert.h"
 #include "services/Error.h"
@@ -403,6 +406,47 @@ int PackageInfo(const Args& given) {
     return 0;
 }
 
+// Fonts need a running application; no window is ever opened.
+std::unique_ptr<QGuiApplication> FontsApplication() {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    static int argc = 1;
+    static char name[] = "kvotool";
+    static char* argv[] = {name, nullptr};
+    return std::make_unique<QGuiApplication>(argc, argv);
+}
+
+// A new show of one slide with an icon for every feature of the results that
+// has a characteristic the catalogue knows, laid out for the host that render
+// draws by default (800 x 600 pixels of 15 twips).
+int New(const Args& given) {
+    Args args = given;
+    const auto results = TakeOption(args, "--from-results");
+    const auto output = TakeOption(args, "-o");
+    RequireCount(args, 0);
+    if (!results || !output) throw UsageError{};
+    Prompts().file = *results;
+    kvo::QifResults read;
+    read.LoadFromFile(*results);
+    std::vector<int32_t> features;
+    for (const auto& m : read.Measurements(1))
+        if (m.feature != 0 && m.row != 0 && std::find(features.begin(), features.end(), m.feature) == features.end())
+            features.push_back(m.feature);
+    std::sort(features.begin(), features.end());
+    const auto application = FontsApplication();
+    constexpr double kTwipsPerPixel = 15;
+    kvo::SlideShow show;
+    kvo::Slide& slide = show.Slides().Add();
+    slide.SetName(kvo::FileNamePart(*results));
+    kvo::AddIconsFromResults(slide, read, features, [&](const kvo::Icon& icon) {
+        return kvo::IconView::Extent(icon, kTwipsPerPixel, kTwipsPerPixel, static_cast<int32_t>(800 * kTwipsPerPixel),
+                                     static_cast<int32_t>(600 * kTwipsPerPixel));
+    });
+    show.SaveToFile(*output);
+    std::cout << "Wrote " << *output << ": " << features.size() << " icons\n";
+    return 0;
+}
+
 int Render(const Args& given) {
     Args args = given;
     const auto slideText = TakeOption(args, "--slide");
@@ -419,13 +463,7 @@ int Render(const Args& given) {
         height = kvo::ToLong(sizeText->substr(x + 1));
         if (width < 1 || height < 1 || width > 10000 || height > 10000) throw UsageError{};
     }
-    // Fonts need a running application; no window is ever opened.
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-    static int argc = 1;
-    static char name[] = "kvotool";
-    static char* argv[] = {name, nullptr};
-    QGuiApplication application(argc, argv);
+    const auto application = FontsApplication();
     kvo::SlideShow show;
     LoadShow(show, args[0]);
     if (slideNumber < 1 || slideNumber > show.Slides().Count()) {
@@ -494,6 +532,9 @@ const std::map<std::string, Command>& Commands() {
         {"average", {"average SHOW REPORT... [-o OUT]",
                      "the mean of each deviation cell over the reports and every sample of QIF results, as one sample set; -o writes the averaged show",
                      Average}},
+        {"new", {"new --from-results RESULTS -o SHOW",
+                 "a show of one slide with an icon for each feature of QIF results, a deviation cell for each of its characteristics",
+                 New}},
         {"results", {"results RESULTS [--sample N] [--tsv]",
                      "every characteristic measurement of a QIF results file, its report row and state beside the file's own status",
                      Results}},

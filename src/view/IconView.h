@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Surfaces.h"
+#include "model/Icon.h"
 
 namespace kvo {
 
@@ -62,6 +63,12 @@ public:
 
     bool IsDragging() const { return iconDrag_ || leaderDrag_; }
 
+    // The box an icon gets, in pixels of a host with twipsPerPixelY twips to the
+    // pixel; its extent in thousandths of a host of the given size in twips.
+    static QSize BoxSize(const kvo::Icon& icon, double twipsPerPixelY);
+    static kvo::IconExtent Extent(const kvo::Icon& icon, double twipsPerPixelX, double twipsPerPixelY, int32_t hostWidth,
+                                  int32_t hostHeight);
+
 private:
     struct Layout {
         QFont font;
@@ -73,6 +80,7 @@ private:
         QSize size;
     };
 
+    static Layout MakeLayout(const kvo::Icon& icon, double twipsPerPixelY);
     void LayOut();
     void PaintBox(QPainter& painter);
     std::vector<QRect> FrameFeedback(const QRect& box) const;

@@ -112,6 +112,58 @@ TEST_F(QifResultsTest, EveryCorpusMeasurementAgreesWithTheFilesOwnStatus) {
     EXPECT_NE(six.Measurements(1)[34].columns[0], six.Measurements(6)[34].columns[0]);
 }
 
+// Icons made from the widget's results: one per feature, placed without
+// overlapping each other or the slide's own icon, and evaluated by those
+// results to the states the listing gives.
+TEST_F(QifResultsTest, IconsFromResultsDoNotOverlapAndEvaluateToTheListedStates) {
+    RequireCorpus();
+    QifResults widget;
+    widget.LoadFromFile(Corpus("WIDGET_QIF_RESULTS.QIF"));
+    SlideShow show;
+    Slide& slide = show.Slides().Add();
+    Icon& own = slide.Icons().Add();
+    own.SetLeft(100);
+    own.SetTop(100);
+    const auto extentOf = [](const Icon& icon) { return IconExtent{150, 40 + 30 * icon.Values().Count()}; };
+    std::vector<int32_t> all;
+    for (std::size_t i = 1; i <= widget.Features().size(); ++i) all.push_back(static_cast<int32_t>(i));
+    AddIconsFromResults(slide, widget, all, extentOf);
+    ASSERT_EQ(slide.Icons().Count(), 20);
+
+    for (int32_t i = 1; i <= slide.Icons().Count(); ++i) {
+        const Icon& a = slide.Icons().Item(i);
+        EXPECT_LE(a.Left() + extentOf(a).width, 1000);
+        EXPECT_LE(a.Top() + extentOf(a).height, 1000);
+        for (int32_t j = i + 1; j <= slide.Icons().Count(); ++j) {
+            const Icon& b = slide.Icons().Item(j);
+            const bool apart = a.Left() + extentOf(a).width <= b.Left() || b.Left() + extentOf(b).width <= a.Left() ||
+                               a.Top() + extentOf(a).height <= b.Top() || b.Top() + extentOf(b).height <= a.Top();
+            EXPECT_TRUE(apart) << a.Name() << " overlaps " << b.Name();
+        }
+    }
+
+    widget.SampleReport(1).Evaluate(show);
+    int cells = 0;
+    for (int32_t i = 2; i <= slide.Icons().Count(); ++i) {
+        const Icon& icon = slide.Icons().Item(i);
+        EXPECT_EQ(icon.Name(), widget.Features()[static_cast<std::size_t>(i) - 2]);
+        for (const auto& cell : icon.Values()) {
+            ++cells;
+            for (const auto& m : widget.Measurements(1))
+                if (m.feature == i - 1 && m.row == cell->Row()) EXPECT_EQ(cell->Tolerance(), m.state) << icon.Name() << " " << m.id;
+        }
+    }
+    EXPECT_EQ(cells, 33);  // the distinct rows the widget's features fill
+
+    // No room for the second of two: nothing is added.
+    Slide& small = show.Slides().Add();
+    const Error full = test::RaisedBy([&] {
+        AddIconsFromResults(small, widget, {1, 2}, [](const Icon&) { return IconExtent{600, 600}; });
+    });
+    EXPECT_EQ(full.Description(), "There is no free place on the slide for the icon of DATUM_B.");
+    EXPECT_EQ(small.Icons().Count(), 0);
+}
+
 TEST_F(QifResultsTest, AveragingTheSixFilesEqualsAveragingTheOneFileWithSixResults) {
     RequireCorpus();
     QifResults layout;

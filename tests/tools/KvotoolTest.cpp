@@ -108,6 +108,23 @@ TEST_F(KvotoolTest, ResultsListsTheExampleQifAndEvaluateTakesTheChosenPart) {
     EXPECT_NE(out.find(results + " holds 2 results; there is no result 3."), std::string::npos) << out;
 }
 
+// A show made from the widget's results shows, evaluated by them, the file's
+// failures: the two undersized holes (diameter and position) and one distance.
+TEST_F(KvotoolTest, NewFromResultsMakesAShowTheResultsEvaluate) {
+    const std::string widget = std::string(KVO_SOURCE_DIR) + "/../shared/corpus/qif/WIDGET_QIF_RESULTS.QIF";
+    if (!std::filesystem::exists(widget)) GTEST_SKIP() << widget << " is not there; skipped";
+    const std::string show = dir_.File("widget.pdz");
+    std::string out;
+    ASSERT_EQ(Run("new --from-results " + widget + " -o " + show, &out), 0) << out;
+    ASSERT_EQ(Run("info " + show, &out), 0) << out;
+    EXPECT_NE(out.find("Icons:       19"), std::string::npos) << out;
+    ASSERT_EQ(Run("evaluate " + show + " " + widget, &out), 0) << out;
+    std::size_t failing = 0;
+    for (std::size_t at = out.find("out of tolerance"); at != std::string::npos; at = out.find("out of tolerance", at + 1)) ++failing;
+    EXPECT_EQ(failing, 6u) << out;  // five cells and the worst state
+    EXPECT_NE(out.find("CYLINDER6           9/4       .256          out of tolerance"), std::string::npos) << out;
+}
+
 TEST_F(KvotoolTest, ConvertRoundTripsTheExampleByteForByte) {
     const std::string binary = dir_.File("g.pdx");
     const std::string text = dir_.File("g.pdz");
