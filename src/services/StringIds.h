@@ -293,6 +293,12 @@ namespace kvo::Str {
     X(ResultsFilter, 31750)              \
     X(QifTooLarge, 31751)                \
     X(QifNoRoom, 31752)                  \
+    X(QifFilter, 31753)                  \
+    X(MenuInsertFromResults, 31754)      \
+    X(InsertFromResultsTitle, 31755)     \
+    X(ResultsIconsTitle, 31756)          \
+    X(ResultsIconsPrompt, 31757)         \
+    X(StepInsertFromResults, 31758)      \
     X(ImportOutsideAsk, 31900)           \
     X(ImportOutsideTitle, 31901)         \
     X(ImportShowUnreadable, 31902)       \

@@ -33,6 +33,7 @@
 #include "FormPosition.h"
 #include "FormPreview.h"
 #include "FormProperties.h"
+#include "FormResultsIcons.h"
 #include "LanguageFont.h"
 #include "SlideHost.h"
 #include "model/ExportPackage.h"
@@ -285,6 +286,7 @@ void FormMain::BuildMenus() {
     QMenu* icon = menuBar()->addMenu(Text(Str::MenuIcon));
     icon->setObjectName("mnuIconBar");
     action(icon, "mnuInsertIcon", Str::MenuInsertIcon, &FormMain::InsertIcon, QKeySequence(Qt::Key_Insert));
+    action(icon, "mnuInsertFromResults", Str::MenuInsertFromResults, &FormMain::InsertFromResults);
 
     // The pop-up menu of one icon, opened by a right-click on it.
     iconMenu_ = new QMenu(this);
@@ -745,6 +747,35 @@ void FormMain::InsertIcon() {
     Edit(Text(Str::StepInsertIcon), currentSlide_, [this] {
         // All 1000 surfaces in use: there is no room for another icon.
         if (view_->AddIcon(defaultIcon_.get()) == nullptr) QApplication::beep();
+    });
+}
+
+void FormMain::InsertFromResults() {
+    Slide* slide = Current();
+    if (slide == nullptr) return;
+    const auto file = CurrentPrompt().ChooseOpenFile({S(Str::InsertFromResultsTitle), S(Str::QifFilter), slideDirectory_, ""});
+    if (!file || file->empty()) return;
+    QifResults results;
+    try {
+        results.LoadFromFile(*file);
+    } catch (const Error& error) {
+        ShowError(error, *file);
+        return;
+    }
+    FormResultsIcons dialog(results, this);
+    if (dialog.exec() != QDialog::Accepted) return;
+    const std::vector<int32_t> chosen = dialog.Chosen();
+    if (chosen.empty()) return;
+    Edit(Step(Str::StepInsertFromResults, static_cast<int>(chosen.size())), currentSlide_, [&] {
+        try {
+            AddIconsFromResults(*slide, results, chosen, [this](const Icon& icon) {
+                return IconView::Extent(icon, view_->TwipsPerPixelX(), view_->TwipsPerPixelY(), view_->HostWidth(),
+                                        view_->HostHeight());
+            });
+        } catch (const Error& error) {
+            ShowError(error, *file);  // no room: nothing was added
+        }
+        ShowSlide(currentSlide_, true);  // a view for every new icon
     });
 }
 

@@ -4,8 +4,10 @@
 #include <QtGui/QUndoStack>
 #include <QtTest/QTest>
 #include <QtWidgets/QLabel>
+#include <QtWidgets/QListWidget>
 #include <QtWidgets/QPushButton>
 
+#include <filesystem>
 #include <sstream>
 
 #include "UiTestSupport.h"
@@ -116,6 +118,37 @@ TEST_F(ReportUiTest, QifResultsAreEvaluatedAndAveragedBesideReportFiles) {
     window_.FileAverage();
     EXPECT_EQ(window_.UndoStack().undoText(), "Average of 3 reports");
     EXPECT_EQ(Shown(window_.Document()->Slides().Item(1), "BORE_B2", 2), ".005");  // (0.027 + 0.012 - 0.025) / 3
+}
+
+// The widget's results: icons for the checked features, then evaluated by the
+// same results, show the file's failures; the insertion is one step to undo.
+TEST_F(ReportUiTest, IconsInsertedFromResultsShowWhatTheResultsSay) {
+    const std::string widget = std::string(KVO_SOURCE_DIR) + "/../shared/corpus/qif/WIDGET_QIF_RESULTS.QIF";
+    if (!std::filesystem::exists(widget)) GTEST_SKIP() << widget << " is not there; skipped";
+    window_.SlideInsert();
+    const int before = window_.Document()->Slides().Item(window_.CurrentSlide()).Icons().Count();
+    int listed = 0;
+    test::WhenDialogOpens([&](QWidget& dialog) {
+        auto* list = dialog.findChild<QListWidget*>("lstFeatures");
+        listed = list->count();
+        list->item(0)->setCheckState(Qt::Unchecked);  // DATUM_A
+        test::Click(dialog, "cmdOK");
+    });
+    prompt_.files = {widget};
+    window_.InsertFromResults();
+    EXPECT_EQ(listed, 19);
+    EXPECT_EQ(window_.UndoStack().undoText(), "Insert 18 icons from results");
+    const Slide& slide = window_.Document()->Slides().Item(window_.CurrentSlide());
+    ASSERT_EQ(slide.Icons().Count(), before + 18);
+    EXPECT_EQ(slide.Icons().Item(before + 1).Name(), "DATUM_B");
+
+    prompt_.files = {widget};
+    window_.FileEvaluate();
+    EXPECT_EQ(Shown(window_.Document()->Slides().Item(window_.CurrentSlide()), "CYLINDER6", 9), ".256");
+    EXPECT_EQ(State()->text(), "Worst state: out of tolerance");
+    window_.UndoStack().undo();
+    window_.UndoStack().undo();
+    EXPECT_EQ(window_.Document()->Slides().Item(window_.CurrentSlide()).Icons().Count(), before);
 }
 
 TEST_F(ReportUiTest, ThePreviewPlaysTheEnabledSlidesReadOnly) {
