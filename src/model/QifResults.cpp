@@ -9,7 +9,6 @@
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <sstream>
 #include <unordered_map>
 
 #include "Icon.h"
