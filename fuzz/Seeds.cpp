@@ -194,6 +194,7 @@ void WriteShows(const fs::path& out) {
     kvo::ExportSlideShow(scratch.File("small.pdz"), scratch.File("small.exp"), "seed package");
     Seed(out / "package", "small.exp", ReadAll(scratch.File("small.exp")));
     Seed(out / "report", "part7.rpt", ReadAll(kvo::JoinPath(kvo::EditorDataDirectory(), "samples/GearHousing-part7.rpt")));
+    Seed(out / "qif_results", "parts7-8.qif", ReadAll(kvo::JoinPath(kvo::EditorDataDirectory(), "samples/GearHousing-results.qif")));
 }
 
 void WriteTexts(const fs::path& out) {

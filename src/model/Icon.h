@@ -15,6 +15,12 @@ class BinaryStream;
 class BlockParser;
 class HostReport;
 
+// An icon's box, in thousandths of the host's width and height.
+struct IconExtent {
+    int32_t width = 0;
+    int32_t height = 0;
+};
+
 // The box that stands for one measured feature on a slide, found in the host's
 // report by sequence number or by feature name. Positions are thousandths of the
 // slide (0 to 1000); colours are 0x00BBGGRR, or 0x80000000 + n for system colour n.

@@ -75,6 +75,8 @@ Variant ReportFeature::S6A(int16_t n) {
 }
 
 Variant ReportFeature::s(int16_t column, int16_t row) {
+    if (column >= 2 && column <= 4 && untoleranced.contains(row))
+        throw Error(ErrorNumber::InvalidCall, "Report", "row " + std::to_string(row) + " has no tolerance");
     const auto found = cells.find({column, row});
     return found == cells.end() ? Variant() : Variant(found->second);
 }

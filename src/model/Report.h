@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,6 +34,9 @@ public:
     bool limit = false;
     double bonus = 0;
     std::map<std::pair<int16_t, int16_t>, double> cells;  // (column, row)
+    // Rows measured without a tolerance: asking for their tolerance or deviation
+    // is an error, so a cell showing one stays unevaluated.
+    std::set<int16_t> untoleranced;
 };
 
 // A report file: the measured features of one part, in the block text format of
@@ -40,6 +44,12 @@ public:
 // It stands in for the host's report when a show is evaluated without the host.
 class Report {
 public:
+    Report() = default;
+    // A report another reader has made; fileName also tells samples of one
+    // averaged set apart, so each sample's must differ.
+    Report(std::string fileName, std::string name, std::vector<std::unique_ptr<ReportFeature>> features)
+        : fileName_(std::move(fileName)), name_(std::move(name)), features_(std::move(features)) {}
+
     // Errors name the file and the line, and say what was expected there.
     void LoadFromFile(const std::string& fileName);
 

@@ -249,7 +249,6 @@ namespace kvo::Str {
     X(StateWarning, 31642)               \
     X(StateOutOfTolerance, 31643)        \
     X(StatusWorst, 31644)                \
-    X(ReportFilter, 31645)               \
     X(EvaluateTitle, 31646)              \
     X(AverageTitle, 31647)               \
     X(StepEvaluate, 31648)               \
@@ -294,6 +293,25 @@ namespace kvo::Str {
     X(TextTooLongForBinary, 31737)       \
     X(FileEndsEarly, 31738)              \
     X(NotAValue, 31739)                  \
+    X(QifLoadTitle, 31740)               \
+    X(QifNotXml, 31741)                  \
+    X(QifNotQif, 31742)                  \
+    X(QifNoResults, 31743)               \
+    X(QifMissingElement, 31744)          \
+    X(QifMissingId, 31745)               \
+    X(QifBadNumber, 31746)               \
+    X(QifMissingFile, 31747)             \
+    X(QifUnknownExternal, 31748)         \
+    X(QifNoSample, 31749)                \
+    X(ResultsFilter, 31750)              \
+    X(QifTooLarge, 31751)                \
+    X(QifNoRoom, 31752)                  \
+    X(QifFilter, 31753)                  \
+    X(MenuInsertFromResults, 31754)      \
+    X(InsertFromResultsTitle, 31755)     \
+    X(ResultsIconsTitle, 31756)          \
+    X(ResultsIconsPrompt, 31757)         \
+    X(StepInsertFromResults, 31758)      \
     X(ErrorMessage, 31800)               \
     X(ImportOutsideAsk, 31900)           \
     X(ImportOutsideTitle, 31901)         \

@@ -7,6 +7,7 @@
 
 #include "model/ExportPackage.h"
 #include "model/Icon.h"
+#include "model/QifResults.h"
 #include "model/Report.h"
 #include "model/SlideShow.h"
 #include "services/Error.h"
@@ -297,16 +298,16 @@ void DocumentSession::EndMouseEdit(int slide) {
 
 bool DocumentSession::Evaluate(const std::string& reportFile, int current) {
     if (!document_) return false;
-    Report report;
+    std::vector<Report> reports;
     try {
-        report.LoadFromFile(reportFile);
+        reports = LoadReports(reportFile);
     } catch (const Error& error) {
         ShowError(error, reportFile);
         return false;
     }
     Edit(Step(Str::StepEvaluate, FileNamePart(reportFile)), 0, current, [&] {
         try {
-            report.Evaluate(*document_);
+            reports.back().Evaluate(*document_);  // of several results, the latest part
         } catch (const Error& error) {
             ShowError(error, reportFile);  // what was filled in so far is one step to undo
         }
@@ -315,20 +316,21 @@ bool DocumentSession::Evaluate(const std::string& reportFile, int current) {
     return true;
 }
 
+// Any mix of report files and results files; a results file of several parts gives each.
 bool DocumentSession::Average(const std::vector<std::string>& reportFiles, int current) {
     if (!document_ || reportFiles.empty()) return false;
-    std::vector<Report> reports(reportFiles.size());
-    std::vector<const Report*> set;
-    for (std::size_t i = 0; i < reportFiles.size(); ++i) {
+    std::vector<Report> reports;
+    for (const auto& file : reportFiles) {
         try {
-            reports[i].LoadFromFile(reportFiles[i]);
+            for (auto& report : LoadReports(file)) reports.push_back(std::move(report));
         } catch (const Error& error) {
-            ShowError(error, reportFiles[i]);
+            ShowError(error, file);
             return false;
         }
-        set.push_back(&reports[i]);
     }
-    Edit(Step(Str::StepAverage, static_cast<int>(reportFiles.size())), 0, current, [&] {
+    std::vector<const Report*> set;
+    for (const auto& report : reports) set.push_back(&report);
+    Edit(Step(Str::StepAverage, static_cast<int>(reports.size())), 0, current, [&] {
         try {
             AverageReports(*document_, set);
         } catch (const Error& error) {

@@ -5,18 +5,24 @@
 #include <QtGui/QGuiApplication>
 #include <QtGui/QImage>
 
+#include <algorithm>
+#include <charconv>
 #include <cstdlib>
 #include <iomanip>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "model/ExportPackage.h"
 #include "model/FileDataCollection.h"
+#include "model/QifResults.h"
 #include "model/Report.h"
 #include "model/SlideShow.h"
+#include "view/IconView.h"
 #include "view/OffscreenSurfaces.h"
 #include "services/Convert.h"
 #include "services/Error.h"
@@ -26,6 +32,7 @@
 #include "services/Paths.h"
 #include "services/Prompt.h"
 #include "services/RegEntry.h"
+#include "services/StringIds.h"
 
 namespace {
 
@@ -229,9 +236,19 @@ void PrintCells(const kvo::SlideShow& show, bool averaged) {
     std::cout << "Worst state: " << kvo::ToleranceStateName(show.WorstTolerance()) << '\n';
 }
 
-void LoadReport(kvo::Report& report, const std::string& path) {
+// Every sample of a report file or a QIF results file.
+std::vector<kvo::Report> LoadReports(const std::string& path) {
     Prompts().file = path;
-    report.LoadFromFile(path);
+    return kvo::LoadReports(path);
+}
+
+// --sample N, 1-based; the last sample when absent.
+int32_t SampleNumber(const std::optional<std::string>& text, int32_t count, const std::string& path) {
+    const int32_t sample = text ? kvo::ToLong(*text) : count;
+    if (sample < 1 || sample > count)
+        throw kvo::Error(kvo::ErrorNumber::SubscriptOutOfRange, kvo::LoadResString(kvo::Str::QifLoadTitle),
+                         kvo::FormatResString(kvo::Str::QifNoSample, {path, count, sample}));
+    return sample;
 }
 
 // The evaluated show goes where asked, in the format it came in.
@@ -245,12 +262,12 @@ void SaveEvaluated(kvo::SlideShow& show, const std::optional<std::string>& outpu
 int Evaluate(const Args& given) {
     Args args = given;
     const auto output = TakeOption(args, "-o");
+    const auto sample = TakeOption(args, "--sample");
     RequireCount(args, 2);
     kvo::SlideShow show;
     LoadShow(show, args[0]);
-    kvo::Report report;
-    LoadReport(report, args[1]);
-    report.Evaluate(show);
+    const std::vector<kvo::Report> reports = LoadReports(args[1]);
+    reports[static_cast<std::size_t>(SampleNumber(sample, static_cast<int32_t>(reports.size()), args[1])) - 1].Evaluate(show);
     PrintCells(show, false);
     SaveEvaluated(show, output);
     return 0;
@@ -263,15 +280,78 @@ int Average(const Args& given) {
     RequireCount(args, args.size());
     kvo::SlideShow show;
     LoadShow(show, args[0]);
-    std::vector<kvo::Report> reports(args.size() - 1);
+    std::vector<kvo::Report> reports;
+    for (std::size_t i = 1; i < args.size(); ++i)
+        for (auto& report : LoadReports(args[i])) reports.push_back(std::move(report));
     std::vector<const kvo::Report*> set;
-    for (std::size_t i = 0; i < reports.size(); ++i) {
-        LoadReport(reports[i], args[i + 1]);
-        set.push_back(&reports[i]);
-    }
+    for (const auto& report : reports) set.push_back(&report);
     kvo::AverageReports(show, set);
     PrintCells(show, true);
     SaveEvaluated(show, output);
+    return 0;
+}
+
+// Shortest text that reads back as the same double; empty when absent.
+std::string FullNumber(const std::optional<double>& value) {
+    if (!value) return "";
+    char buffer[32];
+    const auto end = std::to_chars(buffer, buffer + sizeof buffer, *value).ptr;
+    return std::string(buffer, end);
+}
+
+// Every characteristic measurement of a QIF results file, with the state its
+// deviation cell gets and the file's own status; ends with how often the two
+// agree, counting the measurements with a PASS or FAIL and a catalogue symbol.
+int Results(const Args& given) {
+    Args args = given;
+    const auto sampleText = TakeOption(args, "--sample");
+    const bool tsv = TakeFlag(args, "--tsv");
+    RequireCount(args, 1);
+    Prompts().file = args[0];
+    kvo::QifResults results;
+    results.LoadFromFile(args[0]);
+    int32_t first = 1, last = results.SampleCount();
+    if (sampleText) first = last = SampleNumber(sampleText, results.SampleCount(), args[0]);
+    const auto featureName = [&](const kvo::QifMeasurement& m) {
+        return m.feature == 0 ? std::string() : results.Features()[static_cast<std::size_t>(m.feature) - 1];
+    };
+    if (tsv) std::cout << "sample\tid\tfeature\ttype\tsymbol\trow\tmeasured\tnominal\tupper\tlower\tdeviation\tstate\tstatus\n";
+    else
+        std::cout << std::left << std::setw(7) << "Sample" << std::setw(6) << "Id" << std::setw(18) << "Feature" << std::setw(18)
+                  << "Type" << std::setw(5) << "Sym" << std::setw(5) << "Row" << std::setw(14) << "Measured" << std::setw(12)
+                  << "Nominal" << std::setw(10) << "Upper" << std::setw(10) << "Lower" << std::setw(12) << "Deviation"
+                  << std::setw(18) << "State" << "Status\n";
+    int checked = 0;
+    std::vector<std::string> disagreeing;
+    for (int32_t sample = first; sample <= last; ++sample) {
+        for (const auto& m : results.Measurements(sample)) {
+            const auto& c = m.columns;
+            if (tsv) {
+                std::cout << sample << '\t' << m.id << '\t' << featureName(m) << '\t' << m.type << '\t' << m.symbol << '\t'
+                          << m.row << '\t' << FullNumber(c[0]) << '\t' << FullNumber(c[1]) << '\t' << FullNumber(c[2]) << '\t'
+                          << FullNumber(c[3]) << '\t' << FullNumber(c[4]) << '\t' << m.state << '\t' << m.status << '\n';
+            } else {
+                const auto shown = [](const std::optional<double>& value) {
+                    std::ostringstream text;
+                    if (value) text << std::setprecision(6) << *value;
+                    return text.str();
+                };
+                std::cout << std::setw(7) << sample << std::setw(6) << m.id << std::setw(18) << featureName(m) << std::setw(18)
+                          << m.type << std::setw(5) << m.symbol << std::setw(5) << m.row << std::setw(14) << shown(c[0])
+                          << std::setw(12) << shown(c[1]) << std::setw(10) << shown(c[2]) << std::setw(10) << shown(c[3])
+                          << std::setw(12) << shown(c[4]) << std::setw(18) << kvo::ToleranceStateName(m.state) << m.status << '\n';
+            }
+            if (m.symbol == 0 || (m.status != "PASS" && m.status != "FAIL")) continue;
+            ++checked;
+            if ((m.state == kvo::ToleranceState::OutOfTolerance) != (m.status == "FAIL"))
+                disagreeing.push_back("sample " + std::to_string(sample) + ", id " + m.id + " (" + m.type + " of \"" + featureName(m) +
+                                      "\"): state " + std::to_string(m.state) + ", file " + m.status);
+        }
+    }
+    std::ostream& summary = tsv ? std::cerr : std::cout;
+    summary << checked - static_cast<int>(disagreeing.size()) << " of " << checked
+            << " characteristics agree with the file's status\n";
+    for (const auto& line : disagreeing) summary << "  " << line << '\n';
     return 0;
 }
 
@@ -326,6 +406,47 @@ int PackageInfo(const Args& given) {
     return 0;
 }
 
+// Fonts need a running application; no window is ever opened.
+std::unique_ptr<QGuiApplication> FontsApplication() {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    static int argc = 1;
+    static char name[] = "kvotool";
+    static char* argv[] = {name, nullptr};
+    return std::make_unique<QGuiApplication>(argc, argv);
+}
+
+// A new show of one slide with an icon for every feature of the results that
+// has a characteristic the catalogue knows, laid out for the host that render
+// draws by default (800 x 600 pixels of 15 twips).
+int New(const Args& given) {
+    Args args = given;
+    const auto results = TakeOption(args, "--from-results");
+    const auto output = TakeOption(args, "-o");
+    RequireCount(args, 0);
+    if (!results || !output) throw UsageError{};
+    Prompts().file = *results;
+    kvo::QifResults read;
+    read.LoadFromFile(*results);
+    std::vector<int32_t> features;
+    for (const auto& m : read.Measurements(1))
+        if (m.feature != 0 && m.row != 0 && std::find(features.begin(), features.end(), m.feature) == features.end())
+            features.push_back(m.feature);
+    std::sort(features.begin(), features.end());
+    const auto application = FontsApplication();
+    constexpr double kTwipsPerPixel = 15;
+    kvo::SlideShow show;
+    kvo::Slide& slide = show.Slides().Add();
+    slide.SetName(kvo::FileNamePart(*results));
+    kvo::AddIconsFromResults(slide, read, features, [&](const kvo::Icon& icon) {
+        return kvo::IconView::Extent(icon, kTwipsPerPixel, kTwipsPerPixel, static_cast<int32_t>(800 * kTwipsPerPixel),
+                                     static_cast<int32_t>(600 * kTwipsPerPixel));
+    });
+    show.SaveToFile(*output);
+    std::cout << "Wrote " << *output << ": " << features.size() << " icons\n";
+    return 0;
+}
+
 int Render(const Args& given) {
     Args args = given;
     const auto slideText = TakeOption(args, "--slide");
@@ -342,13 +463,7 @@ int Render(const Args& given) {
         height = kvo::ToLong(sizeText->substr(x + 1));
         if (width < 1 || height < 1 || width > 10000 || height > 10000) throw UsageError{};
     }
-    // Fonts need a running application; no window is ever opened.
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-    static int argc = 1;
-    static char name[] = "kvotool";
-    static char* argv[] = {name, nullptr};
-    QGuiApplication application(argc, argv);
+    const auto application = FontsApplication();
     kvo::SlideShow show;
     LoadShow(show, args[0]);
     if (slideNumber < 1 || slideNumber > show.Slides().Count()) {
@@ -411,8 +526,18 @@ const std::map<std::string, Command>& Commands() {
         {"info", {"info SHOW", "format, header, counts of slides, icons and cells, and the files the show refers to", Info}},
         {"check", {"check SHOW", "load the show and report every problem with file and line; exit status 1 if any", Check}},
         {"convert", {"convert SHOW OUT --to text|binary", "write the show in the other format", Convert}},
-        {"evaluate", {"evaluate SHOW REPORT [-o OUT]", "the show's cells as the report fills them, their states and the worst; -o writes the evaluated show", Evaluate}},
-        {"average", {"average SHOW REPORT... [-o OUT]", "the mean of each deviation cell over the reports, as one sample set; -o writes the averaged show", Average}},
+        {"evaluate", {"evaluate SHOW REPORT [--sample N] [-o OUT]",
+                      "the show's cells as the report (or QIF results: sample N, default the last) fills them, their states and the worst; -o writes the evaluated show",
+                      Evaluate}},
+        {"average", {"average SHOW REPORT... [-o OUT]",
+                     "the mean of each deviation cell over the reports and every sample of QIF results, as one sample set; -o writes the averaged show",
+                     Average}},
+        {"new", {"new --from-results RESULTS -o SHOW",
+                 "a show of one slide with an icon for each feature of QIF results, a deviation cell for each of its characteristics",
+                 New}},
+        {"results", {"results RESULTS [--sample N] [--tsv]",
+                     "every characteristic measurement of a QIF results file, its report row and state beside the file's own status",
+                     Results}},
         {"export", {"export SHOW [PACKAGE] [--comment TEXT]", "pack the show and its pictures (default PACKAGE: SHOW with .exp)", Export}},
         {"import", {"import PACKAGE TARGET [--yes-all | --no-all] [--allow-outside]",
                     "unpack a package; asks before replacing a file, and writes outside TARGET's folder only when allowed", Import}},

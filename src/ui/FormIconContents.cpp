@@ -11,7 +11,7 @@
 
 #include "DialogSupport.h"
 #include "FormHelp.h"
-#include "IconCatalogue.h"
+#include "model/IconCatalogue.h"
 #include "LanguageFont.h"
 #include "model/Value.h"
 #include "services/Convert.h"

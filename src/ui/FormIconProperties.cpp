@@ -19,7 +19,7 @@
 #include "DialogSupport.h"
 #include "FormHelp.h"
 #include "FormIconContents.h"
-#include "IconCatalogue.h"
+#include "model/IconCatalogue.h"
 #include "LanguageFont.h"
 #include "model/Icon.h"
 #include "services/Convert.h"

@@ -36,10 +36,12 @@
 #include "FormPosition.h"
 #include "FormPreview.h"
 #include "FormProperties.h"
+#include "FormResultsIcons.h"
 #include "LanguageFont.h"
 #include "SlideHost.h"
 #include "model/ExportPackage.h"
 #include "model/Icon.h"
+#include "model/QifResults.h"
 #include "model/Report.h"
 #include "model/SlideShow.h"
 #include "services/Convert.h"
@@ -246,6 +248,7 @@ void FormMain::BuildMenus() {
     QMenu* icon = menuBar()->addMenu(Text(Str::MenuIcon));
     icon->setObjectName("mnuIconBar");
     needSlide_ << action(icon, "mnuInsertIcon", Str::MenuInsertIcon, &FormMain::InsertIcon, QKeySequence(Qt::Key_Insert));
+    needSlide_ << action(icon, "mnuInsertFromResults", Str::MenuInsertFromResults, &FormMain::InsertFromResults);
 
     // The pop-up menu of one icon, opened by a right-click on it.
     iconMenu_ = new QMenu(this);
@@ -577,6 +580,35 @@ void FormMain::InsertIcon() {
     });
 }
 
+void FormMain::InsertFromResults() {
+    Slide* slide = Current();
+    if (slide == nullptr) return;
+    const auto file = CurrentPrompt().ChooseOpenFile({S(Str::InsertFromResultsTitle), S(Str::QifFilter), slideDirectory_, ""});
+    if (!file || file->empty()) return;
+    QifResults results;
+    try {
+        results.LoadFromFile(*file);
+    } catch (const Error& error) {
+        ShowError(error, *file);
+        return;
+    }
+    FormResultsIcons dialog(results, this);
+    if (dialog.exec() != QDialog::Accepted) return;
+    const std::vector<int32_t> chosen = dialog.Chosen();
+    if (chosen.empty()) return;
+    Edit(Step(Str::StepInsertFromResults, static_cast<int>(chosen.size())), currentSlide_, [&] {
+        try {
+            AddIconsFromResults(*slide, results, chosen, [this](const Icon& icon) {
+                return IconView::Extent(icon, view_->TwipsPerPixelX(), view_->TwipsPerPixelY(), view_->HostWidth(),
+                                        view_->HostHeight());
+            });
+        } catch (const Error& error) {
+            ShowError(error, *file);  // no room: nothing was added
+        }
+        ShowSlide(currentSlide_, true);  // a view for every new icon
+    });
+}
+
 void FormMain::IconSetDefault() {
     if (currentIconView_ == nullptr) return;
     if (!defaultIcon_) defaultIcon_ = std::make_unique<Icon>();
@@ -828,13 +860,13 @@ void FormMain::FileExport() {
 
 void FormMain::FileEvaluate() {
     if (!Document()) return;
-    const auto file = CurrentPrompt().ChooseOpenFile({S(Str::EvaluateTitle), S(Str::ReportFilter), slideDirectory_, ""});
+    const auto file = CurrentPrompt().ChooseOpenFile({S(Str::EvaluateTitle), S(Str::ResultsFilter), slideDirectory_, ""});
     if (file && !file->empty() && session_->Evaluate(*file, currentSlide_)) ShowSlide(currentSlide_, true);  // every icon in its new colours
 }
 
 void FormMain::FileAverage() {
     if (!Document()) return;
-    const auto files = CurrentPrompt().ChooseOpenFiles({S(Str::AverageTitle), S(Str::ReportFilter), slideDirectory_, ""});
+    const auto files = CurrentPrompt().ChooseOpenFiles({S(Str::AverageTitle), S(Str::ResultsFilter), slideDirectory_, ""});
     if (session_->Average(files, currentSlide_)) ShowSlide(currentSlide_, true);
 }
 

@@ -91,6 +91,8 @@ public:
     void BackEdit();
 
     void InsertIcon();
+    // Icons for the features of QIF results that the user checks.
+    void InsertFromResults();
     void IconSetDefault();
     void IconProperties();
     void IconDelete();

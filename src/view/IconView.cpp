@@ -48,30 +48,46 @@ void IconView::Terminate() {
     }
 }
 
-void IconView::LayOut() {
+IconView::Layout IconView::MakeLayout(const kvo::Icon& icon, double twipsPerPixelY) {
     Layout layout;
-    layout.font = QFont(QString::fromStdString(icon_.FontName()));
+    layout.font = QFont(QString::fromStdString(icon.FontName()));
     // Points to pixels at the host's resolution: twenty twips to a point.
-    layout.font.setPixelSize(std::max(1, static_cast<int>(std::lround(icon_.FontSize() * 20.0 / slideView_.TwipsPerPixelY()))));
-    layout.font.setBold(icon_.FontBold());
+    layout.font.setPixelSize(std::max(1, static_cast<int>(std::lround(icon.FontSize() * 20.0 / twipsPerPixelY))));
+    layout.font.setBold(icon.FontBold());
     const QFontMetrics metrics(layout.font);
     layout.nameHeight = metrics.height() + 2;
     layout.cellHeight = std::max(metrics.height(), kTypeImageSize) + 2;
     const int valueWidth = static_cast<int>(
-        std::ceil(metrics.horizontalAdvance(QString::fromLatin1(kSampleValue)) * icon_.DisplayDigits() / double(kSampleDigits)));
+        std::ceil(metrics.horizontalAdvance(QString::fromLatin1(kSampleValue)) * icon.DisplayDigits() / double(kSampleDigits)));
     layout.cellWidth = kTypeImageSize + 2 * kCellPadding + valueWidth;
-    for (const auto& cell : icon_.Values()) {
+    for (const auto& cell : icon.Values()) {
         if (std::find(layout.rows.begin(), layout.rows.end(), cell->Row()) == layout.rows.end()) layout.rows.push_back(cell->Row());
         if (std::find(layout.columns.begin(), layout.columns.end(), cell->Column()) == layout.columns.end())
             layout.columns.push_back(cell->Column());
     }
     std::sort(layout.columns.begin(), layout.columns.end());
-    const int nameWidth = metrics.horizontalAdvance(QString::fromStdString(icon_.Name())) + 2 * kCellPadding;
+    const int nameWidth = metrics.horizontalAdvance(QString::fromStdString(icon.Name())) + 2 * kCellPadding;
     const int width = std::max(nameWidth, static_cast<int>(layout.columns.size()) * layout.cellWidth) + 2;
     const int height = layout.nameHeight + static_cast<int>(layout.rows.size()) * layout.cellHeight + 2;
     layout.size = QSize(width, height);
-    layout_ = std::move(layout);
-    surface_->Resize(RoundToLong(width * slideView_.TwipsPerPixelX()), RoundToLong(height * slideView_.TwipsPerPixelY()));
+    return layout;
+}
+
+QSize IconView::BoxSize(const kvo::Icon& icon, double twipsPerPixelY) { return MakeLayout(icon, twipsPerPixelY).size; }
+
+kvo::IconExtent IconView::Extent(const kvo::Icon& icon, double twipsPerPixelX, double twipsPerPixelY, int32_t hostWidth,
+                                 int32_t hostHeight) {
+    const QSize size = BoxSize(icon, twipsPerPixelY);
+    const auto thousandths = [](double twips, int32_t host) {
+        return host <= 0 ? kvo::Icon::kMaxPosition + 1 : static_cast<int32_t>(std::ceil(twips * 1000.0 / host));
+    };
+    return {thousandths(size.width() * twipsPerPixelX, hostWidth), thousandths(size.height() * twipsPerPixelY, hostHeight)};
+}
+
+void IconView::LayOut() {
+    layout_ = MakeLayout(icon_, slideView_.TwipsPerPixelY());
+    surface_->Resize(RoundToLong(layout_.size.width() * slideView_.TwipsPerPixelX()),
+                     RoundToLong(layout_.size.height() * slideView_.TwipsPerPixelY()));
 }
 
 void IconView::PaintTagLine(QPainter& painter) {

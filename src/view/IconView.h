@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Surfaces.h"
+#include "model/Icon.h"
 
 namespace kvo {
 
@@ -65,6 +66,12 @@ public:
     // The whole text of the cell at pixel (x, y) of the box when the cell shows it cut; empty otherwise.
     QString CutTextAt(const QPoint& pixel) const;
 
+    // The box an icon gets, in pixels of a host with twipsPerPixelY twips to the
+    // pixel; its extent in thousandths of a host of the given size in twips.
+    static QSize BoxSize(const kvo::Icon& icon, double twipsPerPixelY);
+    static kvo::IconExtent Extent(const kvo::Icon& icon, double twipsPerPixelX, double twipsPerPixelY, int32_t hostWidth,
+                                  int32_t hostHeight);
+
 private:
     struct Layout {
         QFont font;
@@ -76,6 +83,7 @@ private:
         QSize size;
     };
 
+    static Layout MakeLayout(const kvo::Icon& icon, double twipsPerPixelY);
     void LayOut();
     void PaintBox(QPainter& painter);
     QRect CellBox(const Value& cell) const;

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <vector>
 
 #include "TestSupport.h"
 #include "services/Paths.h"
@@ -75,6 +77,52 @@ TEST_F(KvotoolTest, EvaluateAndAverageTheExampleReport) {
     EXPECT_EQ(Run("evaluate " + Sample() + " " + dir_.File("bad.rpt"), &out), 1);
     EXPECT_NE(out.find(dir_.File("bad.rpt") + ": Line 3: SEQNUMBER in the Feature block must be a number"), std::string::npos) << out;
     EXPECT_EQ(Run("average " + Sample(), &out), 2);
+}
+
+// The example QIF results: the listing's exact layout, the agreement on standard
+// error, and evaluation of the last part or a chosen one.
+TEST_F(KvotoolTest, ResultsListsTheExampleQifAndEvaluateTakesTheChosenPart) {
+    const std::string results = JoinPath(EditorDataDirectory(), "samples/GearHousing-results.qif");
+    const std::string tool = JoinPath(ExecutableDirectory(), "kvotool");
+    std::string out, err;
+    ASSERT_EQ(test::RunCommand(tool + " results --tsv " + results + " 2>/dev/null", &out), 0);
+    ASSERT_EQ(test::RunCommand(tool + " results --tsv " + results + " 2>&1 >/dev/null", &err), 0);
+    EXPECT_EQ(err, "16 of 16 characteristics agree with the file's status\n");
+    std::vector<std::string> lines;
+    for (std::size_t at = 0, end; (end = out.find('\n', at)) != std::string::npos; at = end + 1) lines.push_back(out.substr(at, end - at));
+    ASSERT_EQ(lines.size(), 17u) << out;
+    EXPECT_EQ(lines[0], "sample\tid\tfeature\ttype\tsymbol\trow\tmeasured\tnominal\tupper\tlower\tdeviation\tstate\tstatus");
+    for (const auto& line : lines) EXPECT_EQ(std::count(line.begin(), line.end(), '\t'), 12) << line;
+    EXPECT_EQ(lines[10], "2\t66\tBORE_B2\tDiameter\t1\t2\t51.975\t52\t0.03\t0.03\t-0.02499999999999858\t2\tPASS");
+    EXPECT_EQ(lines[11], "2\t67\tBORE_B2\tPosition\t9\t9\t0.083\t\t0.05\t0\t0.083\t3\tFAIL");
+
+    const auto positionState = [&](const std::string& options) {
+        std::string shown;
+        EXPECT_EQ(Run("evaluate " + Sample() + " " + results + options, &shown), 0) << shown;
+        const auto at = shown.find("BORE_B2             9/4");
+        return at == std::string::npos ? shown : shown.substr(at, shown.find('\n', at) - at);
+    };
+    EXPECT_NE(positionState("").find(".083          out of tolerance"), std::string::npos) << positionState("");
+    EXPECT_NE(positionState(" --sample 1").find(".041          in tolerance"), std::string::npos) << positionState(" --sample 1");
+    EXPECT_EQ(Run("evaluate " + Sample() + " " + results + " --sample 3", &out), 1);
+    EXPECT_NE(out.find(results + " holds 2 results; there is no result 3."), std::string::npos) << out;
+}
+
+// A show made from the widget's results shows, evaluated by them, the file's
+// failures: the two undersized holes (diameter and position) and one distance.
+TEST_F(KvotoolTest, NewFromResultsMakesAShowTheResultsEvaluate) {
+    const std::string widget = std::string(KVO_SOURCE_DIR) + "/../shared/corpus/qif/WIDGET_QIF_RESULTS.QIF";
+    if (!std::filesystem::exists(widget)) GTEST_SKIP() << widget << " is not there; skipped";
+    const std::string show = dir_.File("widget.pdz");
+    std::string out;
+    ASSERT_EQ(Run("new --from-results " + widget + " -o " + show, &out), 0) << out;
+    ASSERT_EQ(Run("info " + show, &out), 0) << out;
+    EXPECT_NE(out.find("Icons:       19"), std::string::npos) << out;
+    ASSERT_EQ(Run("evaluate " + show + " " + widget, &out), 0) << out;
+    std::size_t failing = 0;
+    for (std::size_t at = out.find("out of tolerance"); at != std::string::npos; at = out.find("out of tolerance", at + 1)) ++failing;
+    EXPECT_EQ(failing, 6u) << out;  // five cells and the worst state
+    EXPECT_NE(out.find("CYLINDER6           9/4       .256          out of tolerance"), std::string::npos) << out;
 }
 
 TEST_F(KvotoolTest, ConvertRoundTripsTheExampleByteForByte) {

@@ -4,8 +4,10 @@
 #include <QtGui/QUndoStack>
 #include <QtTest/QTest>
 #include <QtWidgets/QLabel>
+#include <QtWidgets/QListWidget>
 #include <QtWidgets/QPushButton>
 
+#include <filesystem>
 #include <sstream>
 
 #include "UiTestSupport.h"
@@ -96,6 +98,57 @@ TEST_F(ReportUiTest, EvaluatingAndAveragingAreStepsThatRecolourTheShow) {
     ASSERT_FALSE(prompt_.shown.empty());
     EXPECT_NE(prompt_.shown.back().text.find("Line 3: DECIMALS in the Feature block must be a number"), std::string::npos)
         << prompt_.shown.back().text;
+}
+
+// QIF results are told from report files by their content; the latest part
+// is evaluated, and averaging takes every part beside report files.
+TEST_F(ReportUiTest, QifResultsAreEvaluatedAndAveragedBesideReportFiles) {
+    const std::string results = JoinPath(EditorDataDirectory(), "samples/GearHousing-results.qif");
+    const std::string renamed = dir_.File("parts.rpt");
+    test::WriteFile(renamed, test::ReadFile(results));
+    prompt_.files = {renamed};
+    window_.FileEvaluate();
+    ASSERT_FALSE(prompt_.fileDialogs.empty());
+    EXPECT_NE(prompt_.fileDialogs.back().filter.find("QIF results (*.qif *.QIF)"), std::string::npos);
+    const Slide& front = window_.Document()->Slides().Item(1);
+    EXPECT_EQ(Shown(front, "BORE_B2", 9), ".083");  // part 8: 0.05 + bonus 0.005 exceeded
+    EXPECT_EQ(State()->text(), "Worst state: out of tolerance");
+
+    prompt_.fileLists = {{report_, results}};
+    window_.FileAverage();
+    EXPECT_EQ(window_.Session().UndoStack().undoText(), "Average of 3 reports");
+    EXPECT_EQ(Shown(window_.Document()->Slides().Item(1), "BORE_B2", 2), ".005");  // (0.027 + 0.012 - 0.025) / 3
+}
+
+// The widget's results: icons for the checked features, then evaluated by the
+// same results, show the file's failures; the insertion is one step to undo.
+TEST_F(ReportUiTest, IconsInsertedFromResultsShowWhatTheResultsSay) {
+    const std::string widget = std::string(KVO_SOURCE_DIR) + "/../shared/corpus/qif/WIDGET_QIF_RESULTS.QIF";
+    if (!std::filesystem::exists(widget)) GTEST_SKIP() << widget << " is not there; skipped";
+    window_.SlideInsert();
+    const int before = window_.Document()->Slides().Item(window_.CurrentSlide()).Icons().Count();
+    int listed = 0;
+    test::WhenDialogOpens([&](QWidget& dialog) {
+        auto* list = dialog.findChild<QListWidget*>("lstFeatures");
+        listed = list->count();
+        list->item(0)->setCheckState(Qt::Unchecked);  // DATUM_A
+        test::Click(dialog, "cmdOK");
+    });
+    prompt_.files = {widget};
+    window_.InsertFromResults();
+    EXPECT_EQ(listed, 19);
+    EXPECT_EQ(window_.Session().UndoStack().undoText(), "Insert 18 icons from results");
+    const Slide& slide = window_.Document()->Slides().Item(window_.CurrentSlide());
+    ASSERT_EQ(slide.Icons().Count(), before + 18);
+    EXPECT_EQ(slide.Icons().Item(before + 1).Name(), "DATUM_B");
+
+    prompt_.files = {widget};
+    window_.FileEvaluate();
+    EXPECT_EQ(Shown(window_.Document()->Slides().Item(window_.CurrentSlide()), "CYLINDER6", 9), ".256");
+    EXPECT_EQ(State()->text(), "Worst state: out of tolerance");
+    window_.Session().UndoStack().undo();
+    window_.Session().UndoStack().undo();
+    EXPECT_EQ(window_.Document()->Slides().Item(window_.CurrentSlide()).Icons().Count(), before);
 }
 
 TEST_F(ReportUiTest, ThePreviewPlaysTheEnabledSlidesReadOnly) {

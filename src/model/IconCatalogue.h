@@ -23,6 +23,11 @@ inline constexpr std::array<int32_t, kCharacteristics + 1> SymbolDescription{
     Str::Characteristic16, Str::Characteristic17, Str::Characteristic18, Str::Characteristic19, Str::Characteristic20,
     Str::Characteristic21, Str::Characteristic22, Str::Characteristic23, Str::Characteristic24, Str::Characteristic25};
 
+// The report row of a characteristic; 0 for a number outside the catalogue.
+inline constexpr int16_t ReportRow(int symbol) {
+    return symbol >= 1 && symbol <= kCharacteristics ? SymbolDimArray[static_cast<std::size_t>(symbol)] : 0;
+}
+
 // The report columns a cell can show; only the deviation is checked against
 // the tolerance.
 inline constexpr std::array<int32_t, 5> DatatypeColumnName{Str::ColumnMeasured, Str::ColumnNominal, Str::ColumnUpper,
