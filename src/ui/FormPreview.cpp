@@ -26,8 +26,7 @@ constexpr int kButtonHeight = 72;
 constexpr int kButtonFontPoints = 16;
 
 std::unique_ptr<SlideShow> EnabledSlides(const SlideShow& show) {
-    auto copy = std::make_unique<SlideShow>();
-    copy->Restore(show.Snapshot(), "preview");
+    auto copy = std::make_unique<SlideShow>(show);
     for (int32_t i = copy->Slides().Count(); i >= 1; --i)
         if (!copy->Slides().Item(i).Enabled()) copy->Slides().Remove(i);
     if (copy->Slides().Count() == 0)

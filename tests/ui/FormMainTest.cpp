@@ -239,13 +239,17 @@ TEST_F(FormMainTest, SavingKeepsTheFormatAndAFailedSaveLosesNothing) {
     EXPECT_TRUE(window->Saved());
     EXPECT_EQ(test::ReadFile(dir_.File("copy.pdx")).substr(0, 7), "PDXFILE");
 
+    // From the menu, as a user meets it: told, and the editor goes on.
     window->SignalFileChanged();
     prompt_.files = {dir_.File("no-such-folder/x.pdz")};
-    window->FileSaveAs();
+    window->findChild<QAction*>("mnuFileSaveAs")->trigger();
     EXPECT_FALSE(window->Saved());
     EXPECT_EQ(window->FileName(), dir_.File("copy.pdx"));
     EXPECT_EQ(window->Document()->Name(), "changed");
     EXPECT_EQ(prompt_.shown.back().title, LoadResString(Str::FileErrorTitle));
+    const int slide = window->CurrentSlide();
+    window->findChild<QAction*>("mnuSlideNext")->trigger();
+    EXPECT_EQ(window->CurrentSlide(), slide + 1);
 }
 
 TEST_F(FormMainTest, SavingUnderANameAddsTheExtensionAndAsksBeforeReplacing) {

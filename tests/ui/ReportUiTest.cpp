@@ -155,6 +155,7 @@ TEST_F(ReportUiTest, ThePreviewPlaysTheEnabledSlidesReadOnly) {
     SlideShow show;
     for (const char* name : {"A", "B", "C", "D"}) show.Slides().Add().SetName(name);
     show.Slides().Item(2).SetEnabled(false);
+    show.Slides().Item(4).SetName(std::string(40000, 'd'));  // more than the binary format holds
     Value& out = show.Slides().Item(3).Icons().Add().Values().Add();
     out.SetTolerance(ToleranceState::OutOfTolerance);
     show.Slides().Item(3).SetHelpTopic(22);
