@@ -54,6 +54,7 @@
 #include "services/Text.h"
 #include "view/IconView.h"
 #include "view/OffscreenSurfaces.h"
+#include "view/Colors.h"
 #include "view/Picture.h"
 #include "view/SlideView.h"
 
@@ -354,11 +355,8 @@ void FormMain::UpdateStatus() {
     stateText_->setVisible(worst != ToleranceState::NotEvaluated);
     if (worst != ToleranceState::NotEvaluated) {
         stateText_->setText(QString::fromStdString(FormatResString(Str::StatusWorst, {ToleranceStateName(worst)})));
-        const int32_t color = worst == ToleranceState::InBand    ? SlideView::kColorOK
-                              : worst == ToleranceState::Warning ? SlideView::kColorWarning
-                                                                 : SlideView::kColorError;
         QPalette palette = stateText_->palette();
-        palette.setColor(QPalette::Window, QColor(color & 0xFF, (color >> 8) & 0xFF, (color >> 16) & 0xFF));
+        palette.setColor(QPalette::Window, ToQColor(view_->StateColor(worst)));
         palette.setColor(QPalette::WindowText, Qt::black);
         stateText_->setPalette(palette);
     }

@@ -22,15 +22,6 @@ constexpr int32_t kButtonText = static_cast<int32_t>(0x80000012);
 constexpr int kFeedbackThickness = 4;
 constexpr int kCellPadding = 3;
 
-int32_t StateColor(const SlideView& view, int16_t state) {
-    switch (state) {
-        case 1: return view.ColorOK();
-        case 2: return view.ColorWarning();
-        case 3: return view.ColorError();
-        default: return view.ColorEmpty();
-    }
-}
-
 }  // namespace
 
 IconView::IconView(SlideView& slideView, kvo::Icon& icon, std::unique_ptr<IconSurface> surface)
@@ -121,7 +112,7 @@ void IconView::PaintBox(QPainter& painter) {
     const QFontMetrics metrics(layout_.font);
     for (const auto& cell : icon_.Values()) {
         const QRect box = CellBox(*cell);
-        FillRectangle(painter, StateColor(slideView_, cell->Tolerance()), box);
+        FillRectangle(painter, slideView_.StateColor(cell->Tolerance()), box);
         painter.setPen(QColor(160, 160, 160));
         painter.drawRect(box.adjusted(0, 0, -1, -1));
         const QImage symbol = slideView_.GetTypeImage(cell->GeometricSymbol(), cell->IsLimitTolerance(), cell->IsAverage());

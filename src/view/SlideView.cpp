@@ -10,6 +10,7 @@
 #include "TypeImages.h"
 #include "model/Icon.h"
 #include "model/Slide.h"
+#include "model/Value.h"
 #include "services/Convert.h"
 #include "services/Error.h"
 #include "services/Language.h"
@@ -59,6 +60,15 @@ void SlideView::RemoveViews() {
 }
 
 std::string SlideView::BackgroundPicture() const { return slide_ != nullptr ? slide_->PictureFile() : std::string(); }
+
+int32_t SlideView::StateColor(int16_t state) const {
+    switch (state) {
+        case ToleranceState::InBand: return ColorOK();
+        case ToleranceState::Warning: return ColorWarning();
+        case ToleranceState::OutOfTolerance: return ColorError();
+        default: return ColorEmpty();
+    }
+}
 
 void SlideView::SetBackgroundPicture(const std::string& fileName) {
     if (slide_ == nullptr || !slide_->SetPictureFile(fileName)) return;

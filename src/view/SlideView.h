@@ -88,6 +88,8 @@ public:
     int32_t ColorOK() const { return kColorOK; }
     int32_t ColorWarning() const { return kColorWarning; }
     int32_t ColorError() const { return kColorError; }
+    // A tolerance state's colour, wherever a state is shown.
+    int32_t StateColor(int16_t state) const;
     bool Locked() const { return locked_; }
     void SetLocked(bool locked) { locked_ = locked; }
     void SetBackColor(int32_t color);

@@ -5,7 +5,6 @@
 #include <filesystem>
 
 #include "ModelTestSupport.h"
-#include "services/Language.h"
 
 namespace kvo {
 namespace {
@@ -26,11 +25,6 @@ std::string Hex(std::string_view bytes) {
 
 class BinaryStreamTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
-    }
-
     // The bytes one write produces after the magic.
     template <typename F>
     std::string BytesOf(F&& write) {

@@ -28,10 +28,6 @@ std::vector<Token> Tokens(BlockParser& parser) {
 
 class BlockParserTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
-    }
     BlockParser& Open(const std::string& text) {
         test::WriteFile(path_, text);
         parser_.OpenFile(path_, false);

@@ -37,11 +37,6 @@ std::string String(const std::string& text) { return std::string{static_cast<cha
 
 class ExportTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
-    }
-
     // A show in dir/shows that refers to two pictures in dir/pictures.
     std::string MakeShow() {
         test::WriteFile(Picture("front.bmp"), std::string(16385, 'F'));

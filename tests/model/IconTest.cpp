@@ -22,13 +22,7 @@ std::string Saved(const Icon& icon) {
     return out.str();
 }
 
-class IconTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
-    }
-};
+class IconTest : public ::testing::Test {};
 
 TEST_F(IconTest, NewIconSavesItsDefaultsLineForLine) {
     EXPECT_EQ(Saved(Icon()),

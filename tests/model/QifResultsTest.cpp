@@ -7,7 +7,6 @@
 
 #include "ModelTestSupport.h"
 #include "model/SlideShow.h"
-#include "services/Language.h"
 
 namespace kvo {
 namespace {
@@ -18,11 +17,6 @@ const fs::path kCorpus = fs::path(KVO_SOURCE_DIR) / ".." / "shared" / "corpus" /
 
 class QifResultsTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
-    }
-
     void RequireCorpus() {
         if (!fs::is_directory(kCorpus)) GTEST_SKIP() << "the QIF corpus is not at " << kCorpus << "; skipped";
     }

@@ -8,7 +8,6 @@
 
 #include "ModelTestSupport.h"
 #include "model/SlideShow.h"
-#include "services/Language.h"
 
 namespace kvo {
 namespace {
@@ -26,8 +25,6 @@ void Age(const std::string& path, std::chrono::seconds by) { fs::last_write_time
 class RecoveryTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
         show_.Slides().Add().SetName("edited");
         show_.Slides().Item(1).Icons().Add().SetSequenceNumber(12);
     }

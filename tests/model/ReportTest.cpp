@@ -7,7 +7,6 @@
 
 #include "ModelTestSupport.h"
 #include "model/SlideShow.h"
-#include "services/Language.h"
 #include "services/Paths.h"
 
 namespace kvo {
@@ -15,11 +14,6 @@ namespace {
 
 class ReportTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
-    }
-
     Report Load(const std::string& text, const std::string& name = "report.rpt") {
         test::WriteFile(dir_.File(name), text);
         Report report;

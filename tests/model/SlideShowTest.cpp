@@ -49,11 +49,6 @@ void Fill(SlideShow& show) {
 
 class SlideShowTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
-    }
-
     SlideShow& Load(const std::string& text) {
         test::WriteFile(path_, text);
         show_.Initialize();

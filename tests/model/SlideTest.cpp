@@ -15,13 +15,7 @@ namespace {
 
 using test::RaisedBy;
 
-class SlideTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
-    }
-};
+class SlideTest : public ::testing::Test {};
 
 TEST_F(SlideTest, EmptyBlockGivesTheDefaultsAndOldKeysAreIgnored) {
     test::RecordingPrompt prompt;

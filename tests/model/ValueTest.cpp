@@ -27,8 +27,6 @@ std::string Saved(const Value& value) {
 class ValueTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
         rows_.fill(1);
         columns_.fill(1);
     }

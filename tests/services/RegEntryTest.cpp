@@ -13,11 +13,6 @@ namespace {
 
 class RegEntryTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
-    }
-
     // Runs call and returns the error it raised; fails the test when none came.
     template <typename F>
     Error Raised(F&& call) {

@@ -11,10 +11,6 @@ namespace {
 
 class StartupTest : public ::testing::Test {
 protected:
-    void TearDown() override {
-        SetLanguage(1033);
-        InitResources();
-    }
     void Set(const std::string& key, const std::string& value, const std::string& text) {
         RegEntry entry;
         entry.CreateKey(key);

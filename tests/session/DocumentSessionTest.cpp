@@ -29,8 +29,6 @@ std::string TextOf(const SlideShow& show) {
 class DocumentSessionTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
         SlideShow show;
         for (const char* name : {"Front", "Top"}) {
             Slide& slide = show.Slides().Add();

@@ -34,10 +34,6 @@ namespace {
 
 class DialogsTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
-    }
     test::TempDir dir_;
     test::RecordingPrompt prompt_;
 };

@@ -36,14 +36,8 @@ namespace fs = std::filesystem;
 class FormMainTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
         const std::string sample = JoinPath(EditorDataDirectory(), "samples/GearHousing.pdz");
         fs::copy_file(sample, show_);
-    }
-    void TearDown() override {
-        SetLanguage(1033);
-        InitResources();
     }
 
     std::unique_ptr<FormMain> Window() {

@@ -34,8 +34,6 @@ void Send(QWidget* widget, QEvent::Type type, QPoint at, Qt::MouseButton button,
 class IconEditingTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
         SlideShow show;
         show.Slides().Add().SetName("A");
         show.SaveToFile(file_);

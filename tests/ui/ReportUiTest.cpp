@@ -13,7 +13,6 @@
 #include "UiTestSupport.h"
 #include "model/ModelTestSupport.h"
 #include "model/SlideShow.h"
-#include "services/Language.h"
 #include "services/Paths.h"
 #include "ui/FormHelp.h"
 #include "ui/FormMain.h"
@@ -38,13 +37,6 @@ std::string Shown(const Slide& slide, const char* icon, int row) {
     return "(none)";
 }
 
-struct English {
-    English() {
-        SetLanguage(1033);
-        InitResources();
-    }
-};
-
 class ReportUiTest : public ::testing::Test {
 protected:
     ReportUiTest() {
@@ -55,7 +47,6 @@ protected:
 
     QLabel* State() { return window_.findChild<QLabel*>("sbMainState"); }
 
-    English english_;
     test::TempDir dir_;
     test::ScopedEnv store_{"ORLANVEX_REGISTRY", dir_.File("registry.reg")};
     std::string sample_ = JoinPath(EditorDataDirectory(), "samples/GearHousing.pdz");

@@ -26,8 +26,6 @@ namespace fs = std::filesystem;
 class SlideCommandsTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
         SlideShow show;
         for (const char* name : {"A", "B", "C"}) show.Slides().Add().SetName(name);
         show.SaveToFile(file_);

@@ -16,7 +16,6 @@
 #include "UiTestSupport.h"
 #include "model/ModelTestSupport.h"
 #include "model/SlideShow.h"
-#include "services/Language.h"
 #include "ui/FormMain.h"
 #include "ui/SlideHost.h"
 #include "view/IconView.h"
@@ -37,14 +36,6 @@ std::string TextOf(const SlideShow& show) {
     show.WriteText(out);
     return out.str();
 }
-
-// The menus take their texts when the window is made.
-struct English {
-    English() {
-        SetLanguage(1033);
-        InitResources();
-    }
-};
 
 class UndoTest : public ::testing::Test {
 protected:
@@ -111,7 +102,6 @@ protected:
         ExpectViewsMatch(step);
     }
 
-    English english_;
     test::TempDir dir_;
     test::ScopedEnv store_{"ORLANVEX_REGISTRY", dir_.File("registry.reg")};
     std::string picture_ = dir_.File("plan.bmp");

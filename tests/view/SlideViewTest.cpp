@@ -55,8 +55,6 @@ std::string TinyWmf(const std::vector<std::vector<int>>& more = {}) {
 class SlideViewTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        SetLanguage(1033);
-        InitResources();
         slide_.SetName("Front");
     }
 
