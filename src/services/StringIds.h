@@ -294,6 +294,7 @@ namespace kvo::Str {
     X(TextTooLongForBinary, 31737)       \
     X(FileEndsEarly, 31738)              \
     X(NotAValue, 31739)                  \
+    X(PictureLoading, 31780)             \
     X(ImportOutsideAsk, 31900)           \
     X(ImportOutsideTitle, 31901)         \
     X(ImportShowUnreadable, 31902)       \

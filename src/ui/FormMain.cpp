@@ -605,6 +605,7 @@ void FormMain::ShowSlide(int number, bool force) {
     if (!force && number == currentSlide_ && view_->CurrentSlide() != nullptr) return;  // nothing moves: no repaint
     currentSlide_ = number;
     view_->SetSlide(&document_->Slides().Item(number));
+    view_->DecodeAhead(document_->Slides(), number);
     UpdateSlideRange();
     UpdateStatus();
     UpdateEnabling();
