@@ -312,6 +312,7 @@ namespace kvo::Str {
     X(ResultsIconsTitle, 31756)          \
     X(ResultsIconsPrompt, 31757)         \
     X(StepInsertFromResults, 31758)      \
+    X(PictureLoading, 31780)             \
     X(ErrorMessage, 31800)               \
     X(ImportOutsideAsk, 31900)           \
     X(ImportOutsideTitle, 31901)         \

@@ -433,6 +433,7 @@ void FormMain::ShowSlide(int number, bool force) {
     if (!force && number == currentSlide_ && view_->CurrentSlide() != nullptr) return;  // nothing moves: no repaint
     currentSlide_ = number;
     view_->SetSlide(&Document()->Slides().Item(number));
+    view_->DecodeAhead(Document()->Slides(), number);
     UpdateSlideRange();
     UpdateStatus();
     UpdateEnabling();

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <string>
 
 namespace kvo {
@@ -21,6 +22,9 @@ struct DecodedMetafile {
     QPicture recording;     // WMF: drawn in a space of recordedSize
     QSize recordedSize;
     std::shared_ptr<SvgDrawing> svg;  // EMF
+    // Held while the picture is drawn: librsvg's handle must not draw in two
+    // threads at once.
+    mutable std::mutex drawing;
 
     void Draw(QPainter& painter, const QRectF& target) const;
 };

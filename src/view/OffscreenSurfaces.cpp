@@ -9,6 +9,7 @@
 #include "SlideView.h"
 #include "model/Slide.h"
 #include "services/Convert.h"
+#include "services/Error.h"
 
 namespace kvo {
 
@@ -37,6 +38,11 @@ RenderedSlide RenderSlide(Slide& slide, int widthPixels, int heightPixels) {
     OffscreenOwner owner(host);
     SlideView view(owner, host);
     view.SetSlide(&slide);
+    try {
+        view.LoadPicture();  // the whole picture: an image is not drawn again when it comes
+    } catch (const Error&) {
+        // Drawn as the notice in the picture's place.
+    }
     RenderedSlide rendered;
     rendered.image = QImage(widthPixels, heightPixels, QImage::Format_ARGB32_Premultiplied);
     rendered.image.setDotsPerMeterX(3780);  // 96 dpi, as twips per pixel say

@@ -101,7 +101,8 @@ struct RenderedSlide {
     std::string pictureProblem;  // why the picture is missing from the image; empty when it is not
 };
 
-// One slide as the editor shows it on a host of this many pixels.
+// One slide as the editor shows it on a host of this many pixels, its picture
+// waited for.
 RenderedSlide RenderSlide(Slide& slide, int widthPixels, int heightPixels);
 
 }  // namespace kvo

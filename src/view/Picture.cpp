@@ -52,11 +52,14 @@ MetafileFormat Sniff(const std::string& fileName) {
     return MetafileFormat::Unknown;
 }
 
-std::shared_ptr<DecodedMetafile> Decode(const std::string& fileName) {
+}  // namespace
+
+std::shared_ptr<DecodedMetafile> DecodeMetafile(const std::string& fileName, const std::atomic<bool>* stop) {
+    RequireFile(fileName, "Metafile.LoadFile");
     const MetafileFormat format = Sniff(fileName);
     if (format == MetafileFormat::Unknown) Invalid(fileName, "is not a Windows metafile (WMF or EMF)", "Metafile.LoadFile");
     const bool wmf = format == MetafileFormat::Wmf;
-    const QByteArray out = RunPictureHelper(wmf ? "kvo-wmf-helper" : "kvo-emf-helper", fileName);
+    const QByteArray out = RunPictureHelper(wmf ? "kvo-wmf-helper" : "kvo-emf-helper", fileName, stop);
     const QByteArray tag(wmf ? PictureProtocol::kRecordedTag : PictureProtocol::kSvgTag);
     const qsizetype header = tag.size() + (wmf ? 16 : 8);
     if (!out.startsWith(tag) || out.size() < header) Invalid(fileName, "cannot be read: its reader answered nonsense", "Metafile.LoadFile");
@@ -82,7 +85,9 @@ std::shared_ptr<DecodedMetafile> Decode(const std::string& fileName) {
     return decoded;
 }
 
-}  // namespace
+QSize DeviceSize(const QTransform& transform, const QRect& target) {
+    return transform.mapRect(QRectF(target)).toAlignedRect().size().boundedTo(QSize(8192, 8192));
+}
 
 void DecodedMetafile::Draw(QPainter& painter, const QRectF& target) const {
     if (svg) {
@@ -112,17 +117,18 @@ PictureKind PictureKindForName(const std::string& fileName) {
 
 void Metafile::LoadFile(const std::string& fileName) {
     RequireFile(fileName, "Metafile.LoadFile");
-    decoded_ = PictureCache::Shared().Decoded(fileName, [&] { return Decode(fileName); });
+    decoded_ = PictureCache::Shared().Decoded(fileName, [&] { return DecodeMetafile(fileName); });
 }
 
 int Metafile::Width() const { return decoded_ ? decoded_->naturalSize.width() : 0; }
 int Metafile::Height() const { return decoded_ ? decoded_->naturalSize.height() : 0; }
 
-void Metafile::Draw(QPainter& painter, int x, int y, int width, int height) const {
-    if (!decoded_ || width <= 0 || height <= 0) return;
-    const QRectF target(x, y, width, height);
-    const QSize device = painter.transform().mapRect(target).toAlignedRect().size().boundedTo(QSize(8192, 8192));
-    painter.drawImage(target, PictureCache::Shared().Raster(decoded_, device));
+Metafile::Held Metafile::DrawHeld(QPainter& painter, const QRect& target) const {
+    if (!decoded_ || target.isEmpty()) return Held::AtSize;
+    const QImage raster = PictureCache::Shared().HeldRaster(decoded_);
+    if (raster.isNull()) return Held::None;
+    painter.drawImage(target, raster);
+    return raster.size() == DeviceSize(painter.transform(), target) ? Held::AtSize : Held::OtherSize;
 }
 
 // Qt draws what a cut-off BMP still holds and calls it a success; the header

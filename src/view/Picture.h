@@ -4,6 +4,7 @@
 #include <QtCore/QString>
 #include <QtGui/QPainter>
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -23,13 +24,28 @@ public:
 
 struct DecodedMetafile;
 
+// Decodes a WMF or EMF file in its helper; raises as Metafile::LoadFile does.
+// The helper is ended, and the picture given up, when stop turns true.
+std::shared_ptr<DecodedMetafile> DecodeMetafile(const std::string& fileName, const std::atomic<bool>* stop = nullptr);
+
+// The size in device pixels of a picture drawn in this rectangle.
+QSize DeviceSize(const QTransform& transform, const QRect& target);
+
 // WMF and EMF pictures, decoded in a helper process and drawn at any size.
 class Metafile final : public Picture {
 public:
+    Metafile() = default;
+    // One decoded already, in the background.
+    explicit Metafile(std::shared_ptr<const DecodedMetafile> decoded) : decoded_(std::move(decoded)) {}
     void LoadFile(const std::string& fileName) override;
     int Width() const override;
     int Height() const override;
-    void Draw(QPainter& painter, int x, int y, int width, int height) const;
+    // Draws the raster held, scaled when it was drawn at another size, and
+    // tells which it drew. Never draws the picture itself, so it is quick
+    // whatever the picture.
+    enum class Held { AtSize, OtherSize, None };
+    Held DrawHeld(QPainter& painter, const QRect& target) const;
+    const std::shared_ptr<const DecodedMetafile>& Decoded() const { return decoded_; }
 
 private:
     std::shared_ptr<const DecodedMetafile> decoded_;

@@ -6,17 +6,12 @@
 
 namespace kvo {
 
-namespace {
-
-// The state of a file on disk that a changed picture changes.
-std::string KeyOf(const std::string& fileName) {
+std::string PictureCache::FileKey(const std::string& fileName) {
     std::error_code ec;
     const auto written = std::filesystem::last_write_time(fileName, ec).time_since_epoch().count();
     const auto size = std::filesystem::file_size(fileName, ec);
     return fileName + '\n' + std::to_string(written) + '\n' + std::to_string(size);
 }
-
-}  // namespace
 
 PictureCache& PictureCache::Shared() {
     static PictureCache cache;
@@ -25,7 +20,7 @@ PictureCache& PictureCache::Shared() {
 
 std::shared_ptr<const DecodedMetafile> PictureCache::Decoded(
     const std::string& fileName, const std::function<std::shared_ptr<DecodedMetafile>()>& decode) {
-    const std::string key = KeyOf(fileName);
+    const std::string key = FileKey(fileName);
     {
         std::lock_guard lock(mutex_);
         if (const auto it = entries_.find(key); it != entries_.end()) return it->second.decoded;
@@ -39,13 +34,28 @@ std::shared_ptr<const DecodedMetafile> PictureCache::Decoded(
     return decoded;
 }
 
+std::shared_ptr<const DecodedMetafile> PictureCache::Find(const std::string& fileName) const {
+    const std::string key = FileKey(fileName);
+    std::lock_guard lock(mutex_);
+    const auto it = entries_.find(key);
+    return it != entries_.end() ? it->second.decoded : nullptr;
+}
+
 QImage PictureCache::Raster(const std::shared_ptr<const DecodedMetafile>& decoded, QSize size) {
     {
         std::lock_guard lock(mutex_);
         Entry& entry = Hold(decoded);
         if (entry.raster.size() == size) return entry.raster;
     }
-    // Drawn unlocked: a large picture takes a while, and other pictures may be wanted meanwhile.
+    // One thread draws a picture at a time; another that wants it at the same
+    // size then finds it drawn.
+    std::lock_guard drawing(decoded->drawing);
+    {
+        std::lock_guard lock(mutex_);
+        Entry& entry = Hold(decoded);
+        if (entry.raster.size() == size) return entry.raster;
+    }
+    // Drawn without the cache's lock: a large picture takes a while, and other pictures may be wanted meanwhile.
     QImage raster(size, QImage::Format_ARGB32_Premultiplied);
     raster.fill(Qt::transparent);
     {
@@ -61,6 +71,11 @@ QImage PictureCache::Raster(const std::shared_ptr<const DecodedMetafile>& decode
     bytes_ += CostOf(entry);
     Trim(decoded->key);
     return raster;
+}
+
+QImage PictureCache::HeldRaster(const std::shared_ptr<const DecodedMetafile>& decoded) {
+    std::lock_guard lock(mutex_);
+    return Hold(decoded).raster;
 }
 
 std::size_t PictureCache::Bytes() const {

@@ -32,9 +32,17 @@ public:
     // decode() runs unlocked and may raise.
     std::shared_ptr<const DecodedMetafile> Decoded(const std::string& fileName,
                                                    const std::function<std::shared_ptr<DecodedMetafile>()>& decode);
+    // The file as it is on disk now when it is held decoded, else nullptr.
+    std::shared_ptr<const DecodedMetafile> Find(const std::string& fileName) const;
     // The picture drawn at this size in device pixels; drawn, and kept, when it
     // is not held at that size.
     QImage Raster(const std::shared_ptr<const DecodedMetafile>& decoded, QSize size);
+    // The raster held for the picture, at whatever size it was last drawn (null
+    // when none); counts as showing it.
+    QImage HeldRaster(const std::shared_ptr<const DecodedMetafile>& decoded);
+
+    // Names a file's name and its state on disk, which a changed picture changes.
+    static std::string FileKey(const std::string& fileName);
 
     std::size_t Bytes() const;
     void SetBudget(std::size_t budgetBytes);

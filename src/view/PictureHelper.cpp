@@ -7,6 +7,8 @@
 
 #include <sys/resource.h>
 
+#include <algorithm>
+
 #include "helpers/PictureProtocol.h"
 #include "services/Error.h"
 #include "services/Paths.h"
@@ -17,6 +19,8 @@ namespace {
 
 constexpr int32_t kInvalidPicture = 481;
 constexpr int kTimeLimitMs = 20000;
+// How soon a helper notices that its picture is no longer wanted.
+constexpr int kStopCheckMs = 50;
 constexpr rlim_t kCpuSeconds = 15;
 constexpr rlim_t kMemoryBytes = rlim_t{2} << 30;
 // The address sanitizer reserves terabytes of address space up front, so a
@@ -39,7 +43,7 @@ constexpr bool kLimitAddressSpace = true;
 
 }  // namespace
 
-QByteArray RunPictureHelper(const std::string& helperName, const std::string& fileName) {
+QByteArray RunPictureHelper(const std::string& helperName, const std::string& fileName, const std::atomic<bool>* stop) {
     const std::string helper = JoinPath(ExecutableDirectory(), helperName);
     if (!FileExists(helper)) Fail(fileName, "cannot be read: " + helperName + " is not installed beside the program");
     QProcess process;
@@ -67,8 +71,9 @@ QByteArray RunPictureHelper(const std::string& helperName, const std::string& fi
     while (process.state() != QProcess::NotRunning) {
         const qint64 left = kTimeLimitMs - clock.elapsed();
         if (left <= 0) giveUp("took too long to read and was given up (is it damaged?)");
-        if (!process.waitForReadyRead(static_cast<int>(left)) && process.state() != QProcess::NotRunning &&
-            clock.elapsed() >= kTimeLimitMs)
+        if (stop != nullptr && stop->load()) giveUp("was not read: it is no longer shown");
+        const int wait = stop != nullptr ? std::min<int>(static_cast<int>(left), kStopCheckMs) : static_cast<int>(left);
+        if (!process.waitForReadyRead(wait) && process.state() != QProcess::NotRunning && clock.elapsed() >= kTimeLimitMs)
             giveUp("took too long to read and was given up (is it damaged?)");
         out += process.readAllStandardOutput();
         if (out.size() > PictureProtocol::kMaxOutputBytes) giveUp("cannot be drawn: it is too large to be drawn here");

@@ -2,13 +2,16 @@
 
 #include <QtCore/QByteArray>
 
+#include <atomic>
 #include <string>
 
 namespace kvo {
 
 // Runs a picture helper (kvo-wmf-helper, kvo-emf-helper) on a file with a time
 // and a memory limit and returns what it wrote. A helper that fails, crashes or
-// runs out of time raises error 481 naming the file and what went wrong.
-QByteArray RunPictureHelper(const std::string& helperName, const std::string& fileName);
+// runs out of time raises error 481 naming the file and what went wrong. When
+// stop turns true the helper is ended and the picture given up (error 481 too).
+QByteArray RunPictureHelper(const std::string& helperName, const std::string& fileName,
+                            const std::atomic<bool>* stop = nullptr);
 
 }  // namespace kvo

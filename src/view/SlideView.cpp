@@ -7,9 +7,11 @@
 
 #include "Colors.h"
 #include "Picture.h"
+#include "PictureCache.h"
 #include "TypeImages.h"
 #include "model/Icon.h"
 #include "model/Slide.h"
+#include "model/SlideCollection.h"
 #include "model/Value.h"
 #include "services/Convert.h"
 #include "services/Error.h"
@@ -42,7 +44,11 @@ int32_t Difference(int64_t a, int64_t b) { return Product(a - b, 1); }
 
 }  // namespace
 
-SlideView::SlideView(ViewOwner& owner, HostSurface& host) : owner_(owner), host_(host), views_(*this) { SizePicture(); }
+SlideView::SlideView(ViewOwner& owner, HostSurface& host, std::unique_ptr<PictureLoader> loader)
+    : owner_(owner), host_(host), views_(*this), loader_(loader ? std::move(loader) : std::make_unique<PictureLoader>()) {
+    loader_->OnDone(&notices_, [this](const std::string& fileName) { PictureDone(fileName); });
+    SizePicture();
+}
 
 SlideView::~SlideView() { Release(); }
 
@@ -81,6 +87,7 @@ void SlideView::SetBackgroundPicture(const std::string& fileName) {
 }
 
 void SlideView::ReloadPicture() {
+    loader_->Forget(BackgroundPicture());
     ClearPicture();
     reload_ = true;
     host_.Refresh();
@@ -92,23 +99,33 @@ void SlideView::ClearPicture() {
     bitmap_.reset();
     pictureProblem_.clear();
     reload_ = false;
+    pictureLoading_ = false;
     host_.Refresh();
 }
 
 void SlideView::LoadPicture() {
+    OpenPicture(true);
+    if (metafile_) {
+        const QRect picture = ToPixels(PictureRect());
+        if (!picture.isEmpty()) PictureCache::Shared().Raster(metafile_->Decoded(), DeviceSize(QTransform(), picture));
+    }
+}
+
+void SlideView::OpenPicture(bool wait) {
     reload_ = false;
+    pictureLoading_ = false;
     metafile_.reset();
     bitmap_.reset();
     pictureProblem_.clear();
     const std::string fileName = slide_ != nullptr ? slide_->PictureFile() : std::string();
     try {
         switch (PictureKindForName(fileName)) {
-            case PictureKind::Metafile: {
-                auto metafile = std::make_unique<Metafile>();
-                metafile->LoadFile(fileName);
-                metafile_ = std::move(metafile);
+            case PictureKind::Metafile:
+                if (auto decoded = wait ? loader_->Wait(fileName) : loader_->Find(fileName))
+                    metafile_ = std::make_unique<Metafile>(std::move(decoded));
+                else
+                    pictureLoading_ = true;
                 break;
-            }
             case PictureKind::Bitmap: {
                 auto bitmap = std::make_unique<Bitmap>();
                 bitmap->LoadFile(fileName);
@@ -120,9 +137,45 @@ void SlideView::LoadPicture() {
         }
     } catch (const Error& error) {
         pictureProblem_ = error.Description();
+        SizePicture();
         throw;
     }
     SizePicture();
+}
+
+void SlideView::PictureDone(const std::string& fileName) {
+    if (slide_ == nullptr || slide_->PictureFile() != fileName) return;
+    if (pictureLoading_) reload_ = true;
+    host_.Refresh();
+}
+
+void SlideView::DecodeAhead(const SlideCollection& slides, int32_t current) {
+    std::vector<PictureLoader::Job> jobs;
+    const auto want = [&](int32_t index, bool draw) {
+        if (index < 1 || index > slides.Count()) return;
+        const Slide& slide = slides.Item(index);
+        if (PictureKindForName(slide.PictureFile()) != PictureKind::Metafile) return;
+        QSize size;
+        try {
+            if (draw) size = MetafilePixels(slide);
+        } catch (const Error&) {
+            // Too large to place: decoded only, and shown with its problem when visited.
+        }
+        jobs.push_back({slide.PictureFile(), size});
+    };
+    want(current, true);
+    for (int32_t step = 1; step < slides.Count(); ++step) {
+        want(current + step, step == 1);
+        want(current - step, step == 1);
+    }
+    loader_->Want(jobs);
+}
+
+QSize SlideView::MetafilePixels(const Slide& slide) const {
+    int16_t l = 0, t = 0, w = 0, h = 0;
+    slide.GetPicturePosition(l, t, w, h);
+    const QRect twips(0, 0, Quotient(Product(HostWidth(), w), 100), Quotient(Product(HostHeight(), h), 100));
+    return DeviceSize(QTransform(), ToPixels(twips));
 }
 
 void SlideView::SetPicturePosition(int16_t left, int16_t top, int16_t width, int16_t height) {
@@ -156,8 +209,9 @@ void SlideView::SizePicture() {
     }
     int16_t l = 0, t = 0, w = 0, h = 0;
     slide_->GetPicturePosition(l, t, w, h);
-    if (metafile_ || bitmap_) {
-        if (metafile_) {
+    // A metafile still loading takes its room already, so nothing moves when it comes.
+    if (metafile_ || pictureLoading_ || bitmap_) {
+        if (!bitmap_) {
             pictureWidth_ = Quotient(Product(hw, w), 100);
             pictureHeight_ = Quotient(Product(hh, h), 100);
         } else {
@@ -272,14 +326,18 @@ void SlideView::HostMouseMove(int, int, int32_t x, int32_t y) {
 void SlideView::HostPaint(QPainter& painter) {
     if (slide_ == nullptr) return;
     try {
-        if (reload_) LoadPicture();
+        if (reload_) OpenPicture(false);
     } catch (const std::exception&) {
         // Shown below as a notice in the picture's place.
     }
     try {
         const QRect picture = ToPixels(PictureRect());
         if (metafile_) {
-            metafile_->Draw(painter, picture.x(), picture.y(), picture.width(), picture.height());
+            const Metafile::Held held = metafile_->DrawHeld(painter, picture);
+            if (held != Metafile::Held::AtSize) loader_->Want({{slide_->PictureFile(), DeviceSize(painter.transform(), picture)}});
+            if (held == Metafile::Held::None) DrawLoading(painter, picture);
+        } else if (pictureLoading_) {
+            DrawLoading(painter, picture);
         } else if (bitmap_) {
             bitmap_->Draw(painter, picture.x(), picture.y());
         } else if (!pictureProblem_.empty()) {
@@ -308,6 +366,16 @@ void SlideView::HostPaint(QPainter& painter) {
         } catch (const std::exception&) {
         }
     }
+}
+
+void SlideView::DrawLoading(QPainter& painter, const QRect& picture) const {
+    painter.save();
+    painter.setPen(QPen(QColor(160, 160, 160), 1, Qt::DotLine));
+    painter.setBrush(QColor(0, 0, 0, 10));
+    painter.drawRect(picture.adjusted(4, 4, -4, -4));
+    painter.setPen(QColor(130, 130, 130));
+    painter.drawText(picture, Qt::AlignCenter | Qt::TextWordWrap, QString::fromStdString(LoadResString(Str::PictureLoading)));
+    painter.restore();
 }
 
 void SlideView::HostResize() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QObject>
 #include <QtGui/QBrush>
 #include <QtGui/QImage>
 #include <QtGui/QPainter>
@@ -10,6 +11,7 @@
 #include <string>
 
 #include "IconViewCollection.h"
+#include "PictureLoader.h"
 #include "Surfaces.h"
 
 namespace kvo {
@@ -18,12 +20,15 @@ class Bitmap;
 class Icon;
 class Metafile;
 class Slide;
+class SlideCollection;
 
 // Shows one slide on a host surface: the background picture in its rectangle,
 // the slide's name, the leaders, and one icon view per icon. Works in four
 // coordinate systems: host twips, thousandths of the host ("virtual host"),
 // thousandths of the picture rectangle, and screen pixels; every conversion
-// rounds half to even and raises error 6 on 32-bit overflow.
+// rounds half to even and raises error 6 on 32-bit overflow. A metafile is
+// decoded and drawn in the background; the slide shows a placeholder until
+// it is ready.
 class SlideView {
 public:
     // Tolerance colours, 0x00BBGGRR.
@@ -32,7 +37,8 @@ public:
     static constexpr int32_t kColorError = 0x0000FF;
     static constexpr int32_t kColorEmpty = 0xFFFF00;
 
-    SlideView(ViewOwner& owner, HostSurface& host);
+    // Without a loader, one of the metafile helpers, a thread per core.
+    SlideView(ViewOwner& owner, HostSurface& host, std::unique_ptr<PictureLoader> loader = nullptr);
     ~SlideView();
     SlideView(const SlideView&) = delete;
     SlideView& operator=(const SlideView&) = delete;
@@ -44,8 +50,13 @@ public:
     void SetBackgroundPicture(const std::string& fileName);
     void ReloadPicture();
     void ClearPicture();
-    // Loads the slide's picture; raises the picture's own error when it cannot.
+    // Loads the slide's picture, and draws it at the size shown, waiting for
+    // both; raises the picture's own error when it cannot.
     void LoadPicture();
+    // Has the pictures of the show decoded in the background, the current
+    // slide's and its neighbours' first (and drawn at the size shown), then
+    // the rest from the nearest on. current is 1-based.
+    void DecodeAhead(const SlideCollection& slides, int32_t current);
     void SetPicturePosition(int16_t left, int16_t top, int16_t width, int16_t height);
     void GetPicturePosition(int16_t& left, int16_t& top, int16_t& width, int16_t& height) const;
     QBrush DragBrush() const;
@@ -73,7 +84,8 @@ public:
     void HostMouseDown(int button, int shift, int32_t x, int32_t y);
     void HostMouseMove(int button, int shift, int32_t x, int32_t y);
     // Picture, slide name and leaders, in host pixels. Never raises: a picture
-    // that cannot be read is replaced by a notice.
+    // that cannot be read is replaced by a notice. Never waits for a metafile:
+    // one not ready is asked for and shown when it is.
     void HostPaint(QPainter& painter);
     void HostResize();
     void SizePicture();
@@ -113,6 +125,13 @@ public:
 private:
     void RemoveViews();
     QRect ToPixels(const QRect& twips) const;
+    // The slide's picture, decoded here when wait is set, else asked of the
+    // loader; raises its error.
+    void OpenPicture(bool wait);
+    void PictureDone(const std::string& fileName);
+    void DrawLoading(QPainter& painter, const QRect& picture) const;
+    // Device pixels of the slide's picture if it is a metafile.
+    QSize MetafilePixels(const Slide& slide) const;
 
     ViewOwner& owner_;
     HostSurface& host_;
@@ -123,6 +142,9 @@ private:
     int32_t pictureLeft_ = 0;
     int32_t pictureTop_ = 0;
     bool reload_ = false;
+    bool pictureLoading_ = false;  // a metafile that the loader is still at
+    QObject notices_;              // the loader's news arrives through it, on this thread
+    std::unique_ptr<PictureLoader> loader_;  // after notices_: its threads end first
     std::unique_ptr<Metafile> metafile_;
     std::unique_ptr<Bitmap> bitmap_;
     std::string pictureProblem_;

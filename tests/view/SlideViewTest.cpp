@@ -2,18 +2,27 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDeadlineTimer>
 #include <QtGui/QImage>
+#include <QtGui/QPainter>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <future>
 
 #include "PictureBytes.h"
 #include "model/ModelTestSupport.h"
 #include "model/Slide.h"
 #include "services/Language.h"
 #include "services/StringIds.h"
+#include "view/DecodedMetafile.h"
 #include "view/OffscreenSurfaces.h"
 #include "view/Picture.h"
+#include "view/PictureLoader.h"
 #include "view/TypeImages.h"
 
 namespace kvo {
@@ -414,6 +423,88 @@ TEST_F(SlideViewTest, AnUnreadablePictureBecomesANoticeNotACrash) {
         view_.LoadPicture();
     });
     EXPECT_EQ(error.Number(), 53);
+}
+
+// Decodes in the background only when the test lets it: red for a file whose
+// name holds "good", error 481 for any other.
+class GatedDecoder {
+public:
+    PictureLoader::Decoder Decoder() {
+        return [this](const std::string& fileName, const std::atomic<bool>&) -> std::shared_ptr<DecodedMetafile> {
+            // Bounded only so that a view that waits here fails the test instead of hanging it.
+            gate_.wait_for(std::chrono::seconds(30));
+            returned_ = true;
+            if (fileName.find("good") == std::string::npos) throw Error(481, "Metafile.LoadFile", "bad picture " + fileName);
+            auto decoded = std::make_shared<DecodedMetafile>();
+            QPainter painter(&decoded->recording);
+            painter.fillRect(0, 0, 10, 10, Qt::red);
+            painter.end();
+            decoded->recordedSize = QSize(10, 10);
+            decoded->naturalSize = QSize(10, 10);
+            return decoded;
+        };
+    }
+    void Release() {
+        if (!released_) promise_.set_value();
+        released_ = true;
+    }
+    bool Returned() const { return returned_; }
+    ~GatedDecoder() { Release(); }
+
+private:
+    std::promise<void> promise_;
+    std::shared_future<void> gate_ = promise_.get_future().share();
+    std::atomic<bool> returned_ = false;
+    bool released_ = false;
+};
+
+TEST_F(SlideViewTest, ASlideChangeShowsAPlaceholderAtOnceAndThePictureOrItsProblemWhenDecoded) {
+    GatedDecoder decoder;
+    OffscreenHost host(200, 150);
+    OffscreenOwner owner(host);
+    SlideView view(owner, host, std::make_unique<PictureLoader>(decoder.Decoder(), 1));
+    QImage frame(200, 150, QImage::Format_ARGB32_Premultiplied);
+    const auto paint = [&] {
+        frame.fill(Qt::white);
+        QPainter painter(&frame);
+        view.HostPaint(painter);
+    };
+    // The event loop runs until the view has asked to be painted and then
+    // shows what is wanted; a view that never asks fails.
+    const auto paintedOnRequest = [&](const std::function<bool()>& shown) {
+        QDeadlineTimer deadline(std::chrono::seconds(20));
+        int refreshes = host.refreshes;
+        while (!deadline.hasExpired()) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+            if (host.refreshes == refreshes) continue;
+            refreshes = host.refreshes;
+            paint();
+            if (shown()) return true;
+        }
+        return false;
+    };
+    const QPoint middle(100, 75);
+
+    test::WriteFile(dir_.File("good.wmf"), "decoded by the test");
+    Slide good;
+    good.SetPictureFile(dir_.File("good.wmf"));
+    view.SetSlide(&good);
+    paint();
+    EXPECT_FALSE(decoder.Returned()) << "the slide change waited for its picture";
+    EXPECT_NE(frame.pixelColor(middle), QColor(Qt::red));
+    EXPECT_TRUE(view.PictureProblem().empty());
+
+    decoder.Release();
+    EXPECT_TRUE(paintedOnRequest([&] { return frame.pixelColor(middle) == QColor(Qt::red); }));
+
+    test::WriteFile(dir_.File("bad.wmf"), "refused by the test");
+    Slide bad;
+    bad.SetPictureFile(dir_.File("bad.wmf"));
+    view.SetSlide(&bad);
+    paint();
+    EXPECT_TRUE(paintedOnRequest([&] { return !view.PictureProblem().empty(); }));
+    EXPECT_NE(view.PictureProblem().find("bad picture"), std::string::npos) << view.PictureProblem();
+    view.SetSlide(nullptr);
 }
 
 }  // namespace
