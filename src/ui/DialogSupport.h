@@ -3,17 +3,24 @@
 #include <QtCore/QRegularExpression>
 #include <QtGui/QRegularExpressionValidator>
 #include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QLabel>
+#include <QtWidgets/QPushButton>
 
 #include <cstdint>
+#include <string>
 
 #include "services/Language.h"
+#include "services/StringIds.h"
 
 namespace kvo {
 
+// The one conversion of the model's UTF-8 texts for the widgets.
+inline QString Q(const std::string& text) { return QString::fromStdString(text); }
+
 // Captions of the string tables; "&" marks the access key as in menus.
-inline QString Caption(int32_t id) { return QString::fromStdString(LoadResString(id)); }
+inline QString Caption(int32_t id) { return Q(LoadResString(id)); }
 
 // A label's caption as a window title: without its access key and closing colon.
 inline QString TitleOf(int32_t id) {
@@ -37,6 +44,26 @@ Button* CaptionedButton(QWidget* parent, const char* name, int32_t id) {
     button->setObjectName(name);
     button->setText(Caption(id));
     return button;
+}
+
+// The OK, Cancel and Help row at the foot of a dialog, to the right, OK the default.
+struct ButtonRow {
+    QHBoxLayout* layout;
+    QPushButton* ok;
+    QPushButton* cancel;
+    QPushButton* help;
+};
+
+inline ButtonRow OkCancelHelp(QWidget* dialog) {
+    ButtonRow row{new QHBoxLayout, CaptionedButton<QPushButton>(dialog, "cmdOK", Str::ButtonOK),
+                  CaptionedButton<QPushButton>(dialog, "cmdCancel", Str::ButtonCancel),
+                  CaptionedButton<QPushButton>(dialog, "cmdHelp", Str::ButtonHelp)};
+    row.ok->setDefault(true);
+    row.layout->addStretch();
+    row.layout->addWidget(row.ok);
+    row.layout->addWidget(row.cancel);
+    row.layout->addWidget(row.help);
+    return row;
 }
 
 }  // namespace kvo

@@ -37,10 +37,10 @@ FormExport::FormExport(const std::string& showPath, QWidget* parent)
     auto* browse = new QPushButton("...", this);
     browse->setObjectName("cmdBrowse");
     browse->setMaximumWidth(40);
-    ok_ = CaptionedButton<QPushButton>(this, "cmdOK", Str::ButtonOK);
-    auto* cancel = CaptionedButton<QPushButton>(this, "cmdCancel", Str::ButtonCancel);
-    auto* help = CaptionedButton<QPushButton>(this, "cmdHelp", Str::ButtonHelp);
-    ok_->setDefault(true);
+    const ButtonRow footer = OkCancelHelp(this);
+    ok_ = footer.ok;
+    auto* cancel = footer.cancel;
+    auto* help = footer.help;
 
     auto* grid = new QGridLayout(this);
     grid->addWidget(fileLabel, 0, 0);
@@ -48,22 +48,17 @@ FormExport::FormExport(const std::string& showPath, QWidget* parent)
     grid->addWidget(browse, 0, 2);
     grid->addWidget(commentLabel, 1, 0);
     grid->addWidget(comment_, 1, 1, 1, 2);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(ok_);
-    buttons->addWidget(cancel);
-    buttons->addWidget(help);
-    grid->addLayout(buttons, 2, 0, 1, 3);
+    grid->addLayout(footer.layout, 2, 0, 1, 3);
 
     setWindowTitle(Caption(Str::ExportTitle));
     connect(fileName_, &QLineEdit::textChanged, this, [this](const QString& text) { ok_->setEnabled(!text.isEmpty()); });
-    fileName_->setText(QString::fromStdString(DefaultPackagePath(showPath)));
+    fileName_->setText(Q(DefaultPackagePath(showPath)));
     connect(browse, &QPushButton::clicked, this, [this] {
         const QFileInfo current(fileName_->text());
         const auto chosen = CurrentPrompt().ChooseSaveFile(
             {LoadResString(Str::ExportBrowseTitle), LoadResString(Str::PackageFilter), current.absolutePath().toStdString(),
              current.fileName().toStdString()});
-        if (chosen) fileName_->setText(QString::fromStdString(*chosen));
+        if (chosen) fileName_->setText(Q(*chosen));
     });
     connect(ok_, &QPushButton::clicked, this, [this] {
         accepted_ = true;

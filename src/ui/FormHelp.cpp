@@ -8,6 +8,7 @@
 #include <QtWidgets/QTextBrowser>
 #include <QtWidgets/QVBoxLayout>
 
+#include "DialogSupport.h"
 #include "LanguageFont.h"
 #include "services/Help.h"
 #include "services/Language.h"
@@ -23,11 +24,11 @@ FormHelp* instance = nullptr;  // lives as long as the program, once asked for
 void Show(QWidget* window, const std::string& file, const QString& anchor) {
     if (file.empty()) return;
     if (EndsWithNoCase(file, ".html")) {
-        FormHelp::Instance().ShowAnchor(QString::fromStdString(file), anchor);
+        FormHelp::Instance().ShowAnchor(Q(file), anchor);
         return;
     }
     (void)window;
-    QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(file)));
+    QDesktopServices::openUrl(QUrl::fromLocalFile(Q(file)));
 }
 
 }  // namespace
@@ -56,7 +57,7 @@ FormHelp::FormHelp() : browser_(new QTextBrowser(this)) {
     browser_->setOpenExternalLinks(true);
     resize(640, 560);
     ApplyLanguageFont(*this);
-    setWindowTitle(QString::fromStdString(LoadResString(Str::AppTitle) + " – " + LoadResString(Str::MenuHelpContents)).remove('&'));
+    setWindowTitle(Q(LoadResString(Str::AppTitle) + " – " + LoadResString(Str::MenuHelpContents)).remove('&'));
 }
 
 void FormHelp::ShowAnchor(const QString& file, const QString& anchor) {

@@ -56,18 +56,13 @@ FormIconContents::FormIconContents(Value& cell, const QString& caption, QWidget*
     grid->addWidget(column_, 1, 1);
     grid->addWidget(label("lblPercent", Str::ContentsPercentLabel, percent_), 2, 0);
     grid->addWidget(percent_, 2, 1, Qt::AlignLeft);
-    auto* ok = CaptionedButton<QPushButton>(this, "cmdOK", Str::ButtonOK);
-    auto* cancel = CaptionedButton<QPushButton>(this, "cmdCancel", Str::ButtonCancel);
-    auto* help = CaptionedButton<QPushButton>(this, "cmdHelp", Str::ButtonHelp);
-    ok->setDefault(true);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(ok);
-    buttons->addWidget(cancel);
-    buttons->addWidget(help);
+    const ButtonRow footer = OkCancelHelp(this);
+    auto* ok = footer.ok;
+    auto* cancel = footer.cancel;
+    auto* help = footer.help;
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(grid);
-    layout->addLayout(buttons);
+    layout->addLayout(footer.layout);
     setWindowTitle(caption);
 
     const int symbol = cell.GeometricSymbol();

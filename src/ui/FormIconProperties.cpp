@@ -48,7 +48,7 @@ QString CellText(const Value& cell) {
     QString column = QString::number(cell.Column());
     for (std::size_t i = 0; i < IconCatalogue::DatatypeColumnNumber.size(); ++i)
         if (IconCatalogue::DatatypeColumnNumber[i] == cell.Column()) column = Caption(IconCatalogue::DatatypeColumnName[i]);
-    return QString::fromStdString(
+    return Q(
         FormatResString(Str::IconCellEntry, {characteristic.toStdString(), column.toStdString(), static_cast<int>(cell.Percentage())}));
 }
 
@@ -160,15 +160,10 @@ FormIconProperties::FormIconProperties(Icon& icon, QWidget* parent) : QDialog(pa
     cellsLayout->addWidget(list_, 1);
     cellsLayout->addLayout(cellButtons);
 
-    ok_ = CaptionedButton<QPushButton>(this, "cmdOK", Str::ButtonOK);
-    auto* cancel = CaptionedButton<QPushButton>(this, "cmdCancel", Str::ButtonCancel);
-    auto* help = CaptionedButton<QPushButton>(this, "cmdHelp", Str::ButtonHelp);
-    ok_->setDefault(true);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(ok_);
-    buttons->addWidget(cancel);
-    buttons->addWidget(help);
+    const ButtonRow footer = OkCancelHelp(this);
+    ok_ = footer.ok;
+    auto* cancel = footer.cancel;
+    auto* help = footer.help;
 
     auto* top = new QGridLayout;
     top->addWidget(identity, 0, 0, 1, 2);
@@ -179,7 +174,7 @@ FormIconProperties::FormIconProperties(Icon& icon, QWidget* parent) : QDialog(pa
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(top);
     layout->addWidget(cellsBox, 1);
-    layout->addLayout(buttons);
+    layout->addLayout(footer.layout);
     setWindowTitle(Caption(Str::IconPropertiesTitle));
 
     // Filling from the icon.
@@ -192,7 +187,7 @@ FormIconProperties::FormIconProperties(Icon& icon, QWidget* parent) : QDialog(pa
         workingName_ = icon.FeatureName();
         workingNumber_ = 1;
         byName_->setChecked(true);
-        name_->setText(QString::fromStdString(workingName_));
+        name_->setText(Q(workingName_));
     }
     digits_->setCurrentIndex(std::clamp<int>(icon.DisplayDigits(), Icon::kMinDisplayDigits, Icon::kMaxDisplayDigits) -
                              Icon::kMinDisplayDigits);
@@ -212,7 +207,7 @@ FormIconProperties::FormIconProperties(Icon& icon, QWidget* parent) : QDialog(pa
         if (on) name_->setText(QString::number(workingNumber_));
     });
     connect(byName_, &QRadioButton::toggled, this, [this](bool on) {
-        if (on) name_->setText(QString::fromStdString(workingName_));
+        if (on) name_->setText(Q(workingName_));
     });
     connect(name_, &QLineEdit::textChanged, this, &FormIconProperties::CheckText);
     // What the user enters becomes upper case; a name the icon already had stays as it was.
@@ -317,14 +312,14 @@ void FormIconProperties::UpdateCellButtons() {
 }
 
 void FormIconProperties::ShowFont() {
-    QFont font(QString::fromStdString(font_.name));
+    QFont font(Q(font_.name));
     font.setPointSize(font_.size);
     font.setBold(font_.bold);
     fontSample_->setFont(font);
     fontSample_->setStyleSheet(QString("color: %1;").arg(ToQColor(font_.color).name()));
     std::string description = font_.name + ", " + std::to_string(font_.size) + " pt.";
     if (font_.bold) description += ", " + LoadResString(Str::IconFontBold);
-    fontDescription_->setText(QString::fromStdString(description));
+    fontDescription_->setText(Q(description));
 }
 
 void FormIconProperties::EditCell(Value& cell, bool added) {

@@ -74,33 +74,28 @@ FormImport::FormImport(QWidget* parent)
     targetRow->addWidget(target_, 1);
     targetRow->addWidget(browseTarget);
 
-    ok_ = CaptionedButton<QPushButton>(this, "cmdOK", Str::ButtonOK);
-    auto* cancel = CaptionedButton<QPushButton>(this, "cmdCancel", Str::ButtonCancel);
-    auto* help = CaptionedButton<QPushButton>(this, "cmdHelp", Str::ButtonHelp);
-    ok_->setDefault(true);
+    const ButtonRow footer = OkCancelHelp(this);
+    ok_ = footer.ok;
+    auto* cancel = footer.cancel;
+    auto* help = footer.help;
     ok_->setEnabled(false);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(ok_);
-    buttons->addWidget(cancel);
-    buttons->addWidget(help);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(frame);
     layout->addLayout(targetRow);
-    layout->addLayout(buttons);
+    layout->addLayout(footer.layout);
 
     setWindowTitle(Caption(Str::ImportTitle));
     connect(fileName_, &QLineEdit::textChanged, this, &FormImport::ReadHeader);
     connect(browse, &QPushButton::clicked, this, [this] {
         const auto chosen = CurrentPrompt().ChooseOpenFile(
             {LoadResString(Str::ImportBrowseTitle), LoadResString(Str::PackageFilter), QFileInfo(fileName_->text()).absolutePath().toStdString(), ""});
-        if (chosen) fileName_->setText(QString::fromStdString(*chosen));
+        if (chosen) fileName_->setText(Q(*chosen));
     });
     connect(browseTarget, &QPushButton::clicked, this, [this] {
         const QFileInfo current(target_->text());
         const auto chosen = CurrentPrompt().ChooseSaveFile({LoadResString(Str::ImportTargetBrowseTitle), LoadResString(Str::SlideShowFilter),
                                                             current.absolutePath().toStdString(), current.fileName().toStdString()});
-        if (chosen) target_->setText(QString::fromStdString(*chosen));
+        if (chosen) target_->setText(Q(*chosen));
     });
     connect(ok_, &QPushButton::clicked, this, &FormImport::Confirm);
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
@@ -115,7 +110,7 @@ QString ShownTime(const std::string& stamp) {
         const QDateTime start(QDate(1899, 12, 30), QTime(0, 0));
         return QLocale().toString(start.addSecs(std::llround(ToDate(stamp) * 86400.0)), QLocale::ShortFormat);
     } catch (const Error&) {
-        return QString::fromStdString(stamp);  // as it was written
+        return Q(stamp);  // as it was written
     }
 }
 
@@ -127,9 +122,9 @@ void FormImport::ReadHeader() {
         try {
             ExportFile package;
             package.OpenForRead(path);
-            target_->setText(QString::fromStdString(package.Name()));
+            target_->setText(Q(package.Name()));
             date_->setText(ShownTime(package.Timestamp()));
-            comment_->setText(QString::fromStdString(package.Comment()));
+            comment_->setText(Q(package.Comment()));
             ok_->setEnabled(true);
             return;
         } catch (const Error&) {

@@ -29,6 +29,7 @@
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QStatusBar>
 
+#include "DialogSupport.h"
 #include "FormExport.h"
 #include "FormHelp.h"
 #include "FormIconProperties.h"
@@ -67,12 +68,10 @@ constexpr int kMinimumWidthTwips = 2000;
 constexpr int kMinimumHeightTwips = 1000;
 constexpr int kScrollPanelWidth = 220;
 
-QString Text(int32_t id) { return QString::fromStdString(LoadResString(id)); }
-
 std::string S(int32_t id) { return LoadResString(id); }
 
 QString Step(int32_t id, const ResArg& argument) {
-    return QString::fromStdString(FormatResString(id, {argument}));
+    return Q(FormatResString(id, {argument}));
 }
 
 }  // namespace
@@ -149,7 +148,7 @@ void FormMain::BuildControls() {
     connect(pictureWatcher_, &QFileSystemWatcher::fileChanged, this, [this](const QString& file) {
         // An editor may save by replacing the file: watch the new one too.
         if (!pictureWatcher_->files().contains(file) && QFileInfo::exists(file)) pictureWatcher_->addPath(file);
-        if (Slide* slide = Current(); slide != nullptr && QString::fromStdString(slide->PictureFile()) == file) view_->ReloadPicture();
+        if (Slide* slide = Current(); slide != nullptr && Q(slide->PictureFile()) == file) view_->ReloadPicture();
     });
     connect(cmdDelayedResize_, &QPushButton::clicked, this, [this] {
         const QRect panel(scrollPanel_->mapTo(central_, QPoint(0, 0)), scrollPanel_->size());
@@ -161,13 +160,13 @@ void FormMain::BuildControls() {
 void FormMain::BuildMenus() {
     // Every command runs under the one error handler: an error is told and the editor goes on.
     const auto action = [this](QMenu* menu, const char* name, int32_t caption, auto slot, QKeySequence keys = {}) {
-        auto* item = menu->addAction(Text(caption));
+        auto* item = menu->addAction(Caption(caption));
         item->setObjectName(name);
         item->setShortcut(keys);
         connect(item, &QAction::triggered, this, [this, slot] { picMain_->Guarded([&] { std::invoke(slot, this); }); });
         return item;
     };
-    QMenu* file = menuBar()->addMenu(Text(Str::MenuFile));
+    QMenu* file = menuBar()->addMenu(Caption(Str::MenuFile));
     file->setObjectName("mnuFile");
     action(file, "mnuFileNew", Str::MenuFileNew, &FormMain::FileNew, QKeySequence::New);
     action(file, "mnuFileOpen", Str::MenuFileOpen, &FormMain::FileOpen, QKeySequence::Open);
@@ -192,12 +191,12 @@ void FormMain::BuildMenus() {
     fileMenu_ = file;
     UpdateRecentMenu();
 
-    QMenu* edit = menuBar()->addMenu(Text(Str::MenuEdit));
+    QMenu* edit = menuBar()->addMenu(Caption(Str::MenuEdit));
     edit->setObjectName("mnuEdit");
     // The step's name follows the command, as in every editor.
     const auto stepAction = [this, edit](const char* name, int32_t plain, int32_t withStep, auto perform, auto canChanged,
                                          auto textChanged) {
-        auto* item = edit->addAction(Text(plain));
+        auto* item = edit->addAction(Caption(plain));
         item->setObjectName(name);
         item->setEnabled(false);
         QUndoStack* steps = &session_->UndoStack();
@@ -208,8 +207,8 @@ void FormMain::BuildMenus() {
         connect(steps, canChanged, item, &QAction::setEnabled);
         connect(steps, textChanged, item, [item, plain, withStep](const QString& step) {
             QString escaped = step;
-            item->setText(step.isEmpty() ? Text(plain)
-                                         : QString::fromStdString(FormatResString(withStep, {escaped.replace('&', "&&").toStdString()})));
+            item->setText(step.isEmpty() ? Caption(plain)
+                                         : Q(FormatResString(withStep, {escaped.replace('&', "&&").toStdString()})));
         });
         return item;
     };
@@ -221,7 +220,7 @@ void FormMain::BuildMenus() {
                &QUndoStack::redoTextChanged)
         ->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)});
 
-    QMenu* slide = menuBar()->addMenu(Text(Str::MenuSlide));
+    QMenu* slide = menuBar()->addMenu(Caption(Str::MenuSlide));
     slide->setObjectName("mnuSlide");
     slideFirst_ = action(slide, "mnuSlideFirst", Str::MenuSlideFirst, &FormMain::SlideFirst, QKeySequence(Qt::Key_Home));
     slidePrevious_ = action(slide, "mnuSlidePrevious", Str::MenuSlidePrevious, &FormMain::SlidePrevious, QKeySequence(Qt::Key_PageUp));
@@ -237,7 +236,7 @@ void FormMain::BuildMenus() {
     needSlide_ << action(slide, "mnuSlideTitle", Str::MenuSlideTitle, &FormMain::SlideTitle);
     needSlide_ << action(slide, "mnuSlideHelpTopic", Str::MenuSlideHelpTopic, &FormMain::SlideHelpTopic);
 
-    QMenu* back = menuBar()->addMenu(Text(Str::MenuBack));
+    QMenu* back = menuBar()->addMenu(Caption(Str::MenuBack));
     back->setObjectName("mnuBack");
     needSlide_ << action(back, "mnuBackSet", Str::MenuBackSet, &FormMain::BackSet);
     needSlide_ << action(back, "mnuBackClear", Str::MenuBackClear, &FormMain::BackClear);
@@ -246,7 +245,7 @@ void FormMain::BuildMenus() {
     needSlide_ << action(back, "mnuBackUpdate", Str::MenuBackUpdate, &FormMain::BackUpdate);
     backEdit_ = action(back, "mnuBackEdit", Str::MenuBackEdit, &FormMain::BackEdit);
 
-    QMenu* icon = menuBar()->addMenu(Text(Str::MenuIcon));
+    QMenu* icon = menuBar()->addMenu(Caption(Str::MenuIcon));
     icon->setObjectName("mnuIconBar");
     needSlide_ << action(icon, "mnuInsertIcon", Str::MenuInsertIcon, &FormMain::InsertIcon, QKeySequence(Qt::Key_Insert));
     needSlide_ << action(icon, "mnuInsertFromResults", Str::MenuInsertFromResults, &FormMain::InsertFromResults);
@@ -261,14 +260,14 @@ void FormMain::BuildMenus() {
     // The command runs before the current icon is forgotten.
     connect(iconMenu_, &QMenu::aboutToHide, this, [this] { QTimer::singleShot(0, this, [this] { currentIconView_ = nullptr; }); });
 
-    QMenu* view = menuBar()->addMenu(Text(Str::MenuScreen));
+    QMenu* view = menuBar()->addMenu(Caption(Str::MenuScreen));
     view->setObjectName("mnuScreen");
     action(view, "mnuScreen640", Str::MenuScreen640, &FormMain::Screen640);
     action(view, "mnuScreen800", Str::MenuScreen800, &FormMain::Screen800);
     view->addSeparator();
     needDocument_ << action(view, "mnuScreenPreview", Str::MenuScreenPreview, &FormMain::ScreenPreview, QKeySequence(Qt::Key_F5));
 
-    QMenu* help = menuBar()->addMenu(Text(Str::MenuHelp));
+    QMenu* help = menuBar()->addMenu(Caption(Str::MenuHelp));
     help->setObjectName("mnuHelp");
     action(help, "mnuHelpContents", Str::MenuHelpContents, &FormMain::HelpContents, QKeySequence::HelpContents);
     action(help, "mnuHelpAbout", Str::MenuHelpAbout, [](FormMain*) {
@@ -305,7 +304,7 @@ SlideShow* FormMain::Document() const { return session_->Document(); }
 void FormMain::OfferRecovery() {
     session_->FlushRecovery();
     for (const auto& copy : session_->RecoveryCopies().Pending()) {
-        const QDateTime written = QFileInfo(QString::fromStdString(copy.path)).lastModified();
+        const QDateTime written = QFileInfo(Q(copy.path)).lastModified();
         const std::string when = QLocale().toString(written, QLocale::ShortFormat).toStdString();
         switch (CurrentPrompt().Ask(FormatResString(Str::RecoveryOffer, {copy.document, when}), S(Str::RecoveryTitle), true)) {
             case Answer::Yes:
@@ -347,14 +346,14 @@ void FormMain::UpdateCaption() {
     std::string caption = S(Str::AppTitle);
     if (!FileName().empty()) caption += ": " + FileNamePart(FileName());
     if (Document() && !Saved()) caption += "*";  // the usual mark of unsaved changes
-    setWindowTitle(QString::fromStdString(caption));
+    setWindowTitle(Q(caption));
 }
 
 void FormMain::UpdateStatus() {
     const int16_t worst = Document() ? Document()->WorstTolerance() : ToleranceState::NotEvaluated;
     stateText_->setVisible(worst != ToleranceState::NotEvaluated);
     if (worst != ToleranceState::NotEvaluated) {
-        stateText_->setText(QString::fromStdString(FormatResString(Str::StatusWorst, {ToleranceStateName(worst)})));
+        stateText_->setText(Q(FormatResString(Str::StatusWorst, {ToleranceStateName(worst)})));
         QPalette palette = stateText_->palette();
         palette.setColor(QPalette::Window, ToQColor(view_->StateColor(worst)));
         palette.setColor(QPalette::WindowText, Qt::black);
@@ -364,7 +363,7 @@ void FormMain::UpdateStatus() {
         statusText_->clear();
         return;
     }
-    statusText_->setText(QString::fromStdString(FormatResString(Str::SlideStatus, {currentSlide_, Document()->Slides().Count()})));
+    statusText_->setText(Q(FormatResString(Str::SlideStatus, {currentSlide_, Document()->Slides().Count()})));
 }
 
 void FormMain::UpdateEnabling() {
@@ -454,7 +453,7 @@ void FormMain::SlidePrevious() {
 }
 
 void FormMain::SlideAdd() {
-    Edit(Text(Str::StepAddSlide), 0, [this] {
+    Edit(Caption(Str::StepAddSlide), 0, [this] {
         SlideCollection& slides = Document()->Slides();
         if (Current() != nullptr) slides.Add(currentSlide_);
         else slides.Add();
@@ -463,7 +462,7 @@ void FormMain::SlideAdd() {
 }
 
 void FormMain::SlideInsert() {
-    Edit(Text(Str::StepInsertSlide), 0, [this] {
+    Edit(Caption(Str::StepInsertSlide), 0, [this] {
         SlideCollection& slides = Document()->Slides();
         if (Current() == nullptr) {
             slides.Insert();
@@ -527,14 +526,14 @@ void FormMain::BackSet() {
     if (Current() == nullptr) return;
     const auto file = CurrentPrompt().ChooseOpenFile({S(Str::BackgroundTitle), S(Str::PictureFilter), bitmapDirectory_, ""});
     if (!file || file->empty()) return;
-    Edit(Text(Str::StepSetBackground), currentSlide_, [this, &file] { view_->SetBackgroundPicture(*file); });
+    Edit(Caption(Str::StepSetBackground), currentSlide_, [this, &file] { view_->SetBackgroundPicture(*file); });
     UpdateStatus();
     UpdateEnabling();
 }
 
 void FormMain::BackClear() {
     if (Current() == nullptr) return;
-    Edit(Text(Str::StepClearBackground), currentSlide_, [this] { view_->SetBackgroundPicture(""); });
+    Edit(Caption(Str::StepClearBackground), currentSlide_, [this] { view_->SetBackgroundPicture(""); });
     UpdateEnabling();
 }
 
@@ -542,7 +541,7 @@ void FormMain::BackColor() {
     Slide* slide = Current();
     if (slide == nullptr) return;
     if (const auto color = CurrentPrompt().ChooseColor(slide->BackColor()))
-        Edit(Text(Str::StepBackColor), currentSlide_, [this, color] { view_->SetBackColor(*color); });
+        Edit(Caption(Str::StepBackColor), currentSlide_, [this, color] { view_->SetBackColor(*color); });
 }
 
 void FormMain::BackUpdate() {
@@ -559,7 +558,7 @@ void FormMain::BackPosition() {
     }
     const QRect picture = view_->PictureRect();
     const double aspect = picture.height() > 0 ? static_cast<double>(picture.width()) / picture.height() : 1.0;
-    Edit(Text(Str::StepBackPosition), currentSlide_, [&] {
+    Edit(Caption(Str::StepBackPosition), currentSlide_, [&] {
         // A metafile scales with the slide; a bitmap keeps its size and only moves.
         const bool confirmed = view_->IsScaleable()
                                    ? FormPosition::PositionScaleable(*slide, aspect, this)
@@ -573,7 +572,7 @@ void FormMain::BackPosition() {
 
 void FormMain::InsertIcon() {
     if (Current() == nullptr) return;
-    Edit(Text(Str::StepInsertIcon), currentSlide_, [this] {
+    Edit(Caption(Str::StepInsertIcon), currentSlide_, [this] {
         // All 1000 surfaces in use: there is no room for another icon.
         if (view_->AddIcon(defaultIcon_.get()) == nullptr) QApplication::beep();
     });
@@ -622,7 +621,7 @@ void FormMain::IconSetDefault() {
 void FormMain::IconProperties() {
     if (currentIconView_ == nullptr) return;
     IconView* view = currentIconView_;
-    Edit(Text(Str::StepIconProperties), currentSlide_, [this, view] {
+    Edit(Caption(Str::StepIconProperties), currentSlide_, [this, view] {
         FormIconProperties dialog(view->Icon(), this);
         if (dialog.Edit() != FormIconProperties::kConfirmed) return;
         view->UpdateProperties();
@@ -648,7 +647,7 @@ void FormMain::IconDelete() {
 void FormMain::BackEdit() {
     Slide* slide = Current();
     if (slide == nullptr || slide->PictureFile().empty()) return;
-    const QString file = QString::fromStdString(slide->PictureFile());
+    const QString file = Q(slide->PictureFile());
     if (!pictureWatcher_->files().contains(file)) pictureWatcher_->addPath(file);
     const QString kind = QFileInfo(file).suffix().toUpper();
     const auto chosen = pictureEditors_.find(kind);
@@ -664,7 +663,7 @@ void FormMain::BackEdit() {
         return;
     const auto program = CurrentPrompt().ChooseOpenFile({S(Str::ChooseProgramTitle), S(Str::ProgramFilter), "/usr/bin", ""});
     if (!program || program->empty()) return;
-    if (StartPictureEditor(QString::fromStdString(*program), file)) pictureEditors_[kind] = QString::fromStdString(*program);
+    if (StartPictureEditor(Q(*program), file)) pictureEditors_[kind] = Q(*program);
 }
 
 bool FormMain::HasRegisteredEditor(const QString& file) {
@@ -719,11 +718,11 @@ void FormMain::UpdateRecentMenu() {
     const auto labels = session_->Recent().Labels();
     for (std::size_t i = 0; i < paths.size(); ++i) {
         const std::string path = paths[i];
-        QString label = QString::fromStdString(labels[i]);
+        QString label = Q(labels[i]);
         auto* item = new QAction(QStringLiteral("&%1 %2").arg(i + 1).arg(label.replace('&', "&&")), fileMenu_);
         item->setObjectName(QStringLiteral("mnuFileRecent%1").arg(i + 1));
-        item->setStatusTip(QString::fromStdString(path));
-        item->setToolTip(QString::fromStdString(path));
+        item->setStatusTip(Q(path));
+        item->setToolTip(Q(path));
         connect(item, &QAction::triggered, this, [this, path] { OpenRecent(path); });
         recentActions_.append(item);
     }
@@ -819,7 +818,7 @@ void FormMain::closeEvent(QCloseEvent* event) {
 
 void FormMain::FileProperties() {
     if (!Document()) return;
-    Edit(Text(Str::StepShowProperties), 0, [this] {
+    Edit(Caption(Str::StepShowProperties), 0, [this] {
         FormProperties dialog(*Document(), this);
         dialog.exec();
     });
@@ -905,7 +904,7 @@ void FormMain::FileCapture() {
     if (!name || name->empty()) return;
     const std::string file = EndsWithNoCase(*name, ".png") ? *name : *name + ".png";
     if (!ConfirmReplace(file)) return;
-    if (!image.save(QString::fromStdString(file), "PNG"))
+    if (!image.save(Q(file), "PNG"))
         CurrentPrompt().Message(FormatResString(Str::ImageNotWritten, {file}), S(Str::FileErrorTitle), MessageKind::Stop);
 }
 

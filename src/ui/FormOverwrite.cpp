@@ -6,6 +6,7 @@
 #include <QtWidgets/QStyle>
 #include <QtWidgets/QVBoxLayout>
 
+#include "DialogSupport.h"
 #include "FormHelp.h"
 #include "LanguageFont.h"
 #include "services/Language.h"
@@ -56,10 +57,10 @@ FormOverwrite::FormOverwrite(const std::string& existingPath, QWidget* parent) :
     layout->addLayout(buttons);
 
     ApplyLanguageFont(*this);
-    setWindowTitle(QString::fromStdString(LoadResString(Str::OverwriteTitle)));
-    prompt->setText(QString::fromStdString(FormatResString(Str::OverwritePrompt, {existingPath})));
+    setWindowTitle(Q(LoadResString(Str::OverwriteTitle)));
+    prompt->setText(Q(FormatResString(Str::OverwritePrompt, {existingPath})));
     for (auto* button : findChildren<QPushButton*>())
-        button->setText(QString::fromStdString(LoadResString(button->property("caption").toInt())));
+        button->setText(Q(LoadResString(button->property("caption").toInt())));
 }
 
 }  // namespace kvo

@@ -95,21 +95,16 @@ FormPosition::FormPosition(Slide& slide, bool scaleable, double widthShare, doub
     shape_->setAutoFillBackground(true);
     shape_->setPalette(QPalette(QColor(70, 110, 170)));
 
-    auto* ok = CaptionedButton<QPushButton>(this, "cmdOK", Str::ButtonOK);
-    auto* cancel = CaptionedButton<QPushButton>(this, "cmdCancel", Str::ButtonCancel);
-    auto* help = CaptionedButton<QPushButton>(this, "cmdHelp", Str::ButtonHelp);
-    ok->setDefault(true);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(ok);
-    buttons->addWidget(cancel);
-    buttons->addWidget(help);
+    const ButtonRow footer = OkCancelHelp(this);
+    auto* ok = footer.ok;
+    auto* cancel = footer.cancel;
+    auto* help = footer.help;
     auto* top = new QHBoxLayout;
     top->addLayout(grid, 1);
     top->addWidget(demo_, 0, Qt::AlignTop);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(top);
-    layout->addLayout(buttons);
+    layout->addLayout(footer.layout);
 
     setWindowTitle(Caption(Str::PositionTitle));
     connect(ok, &QPushButton::clicked, this, &FormPosition::Confirm);

@@ -127,7 +127,7 @@ void FormPreview::Help() {
 void FormPreview::ShowCurrent() {
     Slide& slide = show_->ActiveSlide();
     if (view_->CurrentSlide() != &slide) view_->SetSlide(&slide);
-    status_->setText(QString::fromStdString(
+    status_->setText(Q(
         FormatResString(Str::PreviewStatus, {show_->CurrentPosition(), show_->Slides().Count(), slide.Name()})));
     previous_->setEnabled(!show_->IsFirstSlide());
     next_->setEnabled(!show_->IsLastSlide());

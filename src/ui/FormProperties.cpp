@@ -87,7 +87,7 @@ FormProperties::FormProperties(SlideShow& show, QWidget* parent)
     }
     auto* counts = new QVBoxLayout(contents);
     const auto count = [&](const char* name, int32_t id, int value) {
-        auto* label = new QLabel(QString::fromStdString(FormatResString(id, {value})), contents);
+        auto* label = new QLabel(Q(FormatResString(id, {value})), contents);
         label->setObjectName(name);
         counts->addWidget(label);
     };
@@ -96,32 +96,27 @@ FormProperties::FormProperties(SlideShow& show, QWidget* parent)
     count("lblValueCount", Str::PropertiesValueCount, cells);
     counts->addStretch();
 
-    auto* ok = CaptionedButton<QPushButton>(this, "cmdOK", Str::ButtonOK);
-    auto* cancel = CaptionedButton<QPushButton>(this, "cmdCancel", Str::ButtonCancel);
-    auto* help = CaptionedButton<QPushButton>(this, "cmdHelp", Str::ButtonHelp);
-    ok->setDefault(true);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(ok);
-    buttons->addWidget(cancel);
-    buttons->addWidget(help);
+    const ButtonRow footer = OkCancelHelp(this);
+    auto* ok = footer.ok;
+    auto* cancel = footer.cancel;
+    auto* help = footer.help;
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(tabs);
     layout->addWidget(panels);
-    layout->addLayout(buttons);
+    layout->addLayout(footer.layout);
 
     setWindowTitle(Caption(Str::PropertiesTitle));
-    name_->setText(QString::fromStdString(show.Name()));
-    description_->setText(QString::fromStdString(show.Description()));
-    customer_->setText(QString::fromStdString(show.Customer()));
-    helpFile_->setText(QString::fromStdString(show.HelpFile()));
+    name_->setText(Q(show.Name()));
+    description_->setText(Q(show.Description()));
+    customer_->setText(Q(show.Customer()));
+    helpFile_->setText(Q(show.HelpFile()));
     helpTopic_->setText(QString::number(show.HelpTopic()));
 
     connect(tabs, &QTabBar::currentChanged, panels, &QStackedWidget::setCurrentIndex);
     connect(browse, &QPushButton::clicked, this, [this] {
         const auto chosen = CurrentPrompt().ChooseOpenFile({TitleOf(Str::PropertiesHelpFileLabel).toStdString(), LoadResString(Str::HelpFileFilter),
                                                             "", helpFile_->text().toStdString()});
-        if (chosen && !chosen->empty()) helpFile_->setText(QString::fromStdString(*chosen));
+        if (chosen && !chosen->empty()) helpFile_->setText(Q(*chosen));
     });
     connect(ok, &QPushButton::clicked, this, &FormProperties::Confirm);
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);

@@ -28,11 +28,11 @@ FormResultsIcons::FormResultsIcons(const QifResults& results, QWidget* parent) :
         bool shown = false;
         for (const auto& m : results.Measurements(1)) {
             if (m.feature != static_cast<int32_t>(i) + 1) continue;
-            types << QString::fromStdString(m.type);
+            types << Q(m.type);
             shown = shown || m.row != 0;
         }
         types.removeDuplicates();
-        auto* item = new QListWidgetItem(QString::fromStdString(results.Features()[i]) + (types.isEmpty() ? "" : ": " + types.join(", ")),
+        auto* item = new QListWidgetItem(Q(results.Features()[i]) + (types.isEmpty() ? "" : ": " + types.join(", ")),
                                          features_);
         item->setData(Qt::UserRole, static_cast<int>(i) + 1);
         item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
@@ -52,7 +52,7 @@ FormResultsIcons::FormResultsIcons(const QifResults& results, QWidget* parent) :
 
     ApplyLanguageFont(*this);
     setWindowTitle(Caption(Str::ResultsIconsTitle));
-    prompt->setText(QString::fromStdString(FormatResString(Str::ResultsIconsPrompt, {FileNamePart(results.FileName())})));
+    prompt->setText(Q(FormatResString(Str::ResultsIconsPrompt, {FileNamePart(results.FileName())})));
 }
 
 std::vector<int32_t> FormResultsIcons::Chosen() const {

@@ -7,6 +7,7 @@
 
 #include <memory>
 
+#include "DialogSupport.h"
 #include "services/Language.h"
 
 namespace kvo {
@@ -14,7 +15,7 @@ namespace kvo {
 void ApplyLanguageToQt() {
     static std::unique_ptr<QTranslator> translator;
     if (translator) QCoreApplication::removeTranslator(translator.get());
-    const QLocale locale(QString::fromStdString(LocaleNameFor(LanguageId())));
+    const QLocale locale(Q(LocaleNameFor(LanguageId())));
     QLocale::setDefault(locale);
     translator = std::make_unique<QTranslator>();
     // "qt" gathers qtbase and Qt's other modules where the distribution has them.

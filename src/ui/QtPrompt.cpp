@@ -10,6 +10,7 @@
 #include <QtWidgets/QMessageBox>
 #include <QtWidgets/QPushButton>
 
+#include "DialogSupport.h"
 #include "FormOverwrite.h"
 #include "services/Language.h"
 #include "services/StringIds.h"
@@ -18,8 +19,6 @@
 namespace kvo {
 
 namespace {
-
-QString Q(const std::string& text) { return QString::fromStdString(text); }
 
 QString StartPath(const FileChoice& choice) {
     if (choice.fileName.empty()) return Q(choice.directory);
@@ -69,7 +68,7 @@ Answer QtPrompt::Ask(const std::string& text, const std::string& title, bool wit
 bool QtPrompt::ConfirmFiles(const std::string& text, const std::string& title, const std::vector<std::string>& files) {
     constexpr std::size_t kShown = 10;  // the rest behind the details button, so the box fits the screen
     QStringList all;
-    for (const auto& file : files) all << QString::fromStdString(file);
+    for (const auto& file : files) all << Q(file);
     QMessageBox box(QMessageBox::Question, Q(title), Q(text), QMessageBox::NoButton, parent_);
     box.setInformativeText(all.mid(0, kShown).join('\n') + (files.size() > kShown ? QStringLiteral("\n...") : QString()));
     if (files.size() > kShown) box.setDetailedText(all.join('\n'));

@@ -277,6 +277,7 @@ TEST_F(UndoTest, AKilledEditorsWorkIsRestored) {
     EXPECT_FALSE(window_.Document()->Binary());
     window_.FileSave();
     EXPECT_EQ(test::ReadFile(file_), test::ReadFile(expected));
+    window_.Session().FlushRecovery();
     EXPECT_TRUE(window_.Session().RecoveryCopies().Pending().empty());
 
     window_.OfferRecovery();  // nothing left to offer
