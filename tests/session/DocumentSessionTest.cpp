@@ -157,6 +157,16 @@ TEST_F(DocumentSessionTest, TheRecoveryCopyFollowsTheUnsavedState) {
     session_.UndoStack().undo();  // back to what is on disk
     session_.FlushRecovery();
     EXPECT_FALSE(fs::exists(copy));
+
+    // Changes the user throws away leave no copy behind either.
+    session_.MarkChanged();
+    ASSERT_TRUE(QTest::qWaitFor([&] {
+        session_.FlushRecovery();
+        return fs::exists(copy);
+    }, 5000));
+    session_.Discard();
+    session_.FlushRecovery();
+    EXPECT_FALSE(fs::exists(copy));
 }
 
 TEST_F(DocumentSessionTest, FailuresAreToldAndChangeNothing) {

@@ -228,30 +228,6 @@ TEST_F(UndoTest, ChangesKeptDeliberatelyWithoutAStepStayUnsaved) {
     EXPECT_EQ(window_.Session().UndoStack().index(), 1);
 }
 
-TEST_F(UndoTest, RecoveryCopiesFollowTheUnsavedState) {
-    const std::string copy = window_.Session().RecoveryCopies().CopyPath(file_);
-    window_.Session().SetRecoveryDelay(std::chrono::milliseconds(20));
-    window_.InsertIcon();
-    EXPECT_FALSE(fs::exists(copy));  // not at once: after the delay
-    ASSERT_TRUE(QTest::qWaitFor([&] { return fs::exists(copy); }, 5000));
-    window_.Session().UndoStack().undo();  // back to the file on disk
-    window_.Session().FlushRecovery();  // written and removed on the recovery thread, in order
-    EXPECT_FALSE(fs::exists(copy));
-
-    window_.InsertIcon();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return fs::exists(copy); }, 5000));
-    window_.FileSave();
-    window_.Session().FlushRecovery();
-    EXPECT_FALSE(fs::exists(copy));
-
-    window_.InsertIcon();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return fs::exists(copy); }, 5000));
-    prompt_.answersToAsk = {Answer::No};
-    window_.close();  // and the changes thrown away
-    window_.Session().FlushRecovery();
-    EXPECT_FALSE(fs::exists(copy));
-}
-
 // A child editor makes unsaved changes, waits for its recovery copy and is
 // killed; the next editor offers the copy and restores exactly that work.
 TEST_F(UndoTest, AKilledEditorsWorkIsRestored) {
