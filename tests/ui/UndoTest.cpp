@@ -8,7 +8,6 @@
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QScrollBar>
 
-#include <filesystem>
 #include <functional>
 #include <sstream>
 
@@ -24,7 +23,6 @@
 namespace kvo {
 namespace {
 
-namespace fs = std::filesystem;
 
 void Send(QWidget* widget, QEvent::Type type, QPoint at, Qt::MouseButton button, Qt::MouseButtons buttons) {
     QMouseEvent event(type, QPointF(at), QPointF(widget->mapToGlobal(at)), button, buttons, Qt::NoModifier);
