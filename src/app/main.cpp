@@ -4,6 +4,8 @@
 #include <QtWidgets/QApplication>
 
 #include <cstdlib>
+#include <iostream>
+#include <string_view>
 
 #include "services/Error.h"
 #include "services/Help.h"
@@ -29,9 +31,14 @@ protected:
 }  // namespace
 
 int main(int argc, char** argv) {
+    // Answered before any window system is asked for, so that it works anywhere.
+    if (argc == 2 && std::string_view(argv[1]) == "--version") {
+        std::cout << "kvoeditor " << KVO_VERSION << '\n';
+        return 0;
+    }
     QApplication application(argc, argv);
     QApplication::setApplicationName("KVOEditor");
-    QApplication::setApplicationVersion("0.1");
+    QApplication::setApplicationVersion(KVO_VERSION);
 
     // A start-up step that fails is reported, and the editor starts with defaults.
     std::string problem;

@@ -49,7 +49,7 @@ const std::map<std::string, Command>& Commands();
 struct UsageError {};
 
 int PrintUsage(std::ostream& out) {
-    out << "usage: kvotool <command> [arguments]   (kvotool <command> --help for one command)\n\n";
+    out << "usage: kvotool <command> [arguments]   (kvotool <command> --help for one command, kvotool --version)\n\n";
     for (const auto& [name, command] : Commands()) out << "  " << command.usage << "\n      " << command.summary << "\n";
     out << "\nThe settings file is $ORLANVEX_REGISTRY, or /etc/orlanvex/registry.reg.\n";
     return 2;
@@ -557,6 +557,10 @@ int main(int argc, char** argv) {
     if (args.empty()) return PrintUsage(std::cerr);
     if (args[0] == "--help" || args[0] == "-h") {
         PrintUsage(std::cout);
+        return 0;
+    }
+    if (args[0] == "--version") {
+        std::cout << "kvotool " << KVO_VERSION << '\n';
         return 0;
     }
     const auto found = Commands().find(args[0]);

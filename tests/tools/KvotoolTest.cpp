@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <sstream>
 #include <vector>
 
 #include "TestSupport.h"
@@ -31,6 +32,27 @@ TEST_F(KvotoolTest, InfoAndCheckOnTheExampleShow) {
     EXPECT_NE(out.find("Value cells: 16"), std::string::npos) << out;
     EXPECT_EQ(out.find("MISSING"), std::string::npos) << out;
     EXPECT_EQ(Run("check " + Sample(), &out), 0) << out;
+}
+
+// The manual page names every command the tool has, and the version is the build's.
+TEST_F(KvotoolTest, TheManualPageNamesEveryCommand) {
+    std::string help;
+    ASSERT_EQ(Run("--help", &help), 0);
+    const std::string manual = test::ReadFile(JoinPath(KVO_SOURCE_DIR, "doc/kvotool.1"));
+    std::istringstream lines(help);
+    int commands = 0;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.rfind("  ", 0) != 0 || line.rfind("      ", 0) == 0) continue;
+        const std::string name = line.substr(2, line.find(' ', 2) - 2);
+        std::string troff;  // hyphens are escaped in the page
+        for (char c : name) troff += c == '-' ? std::string("\\-") : std::string(1, c);
+        EXPECT_NE(manual.find(".BI \"" + troff), std::string::npos) << name;
+        ++commands;
+    }
+    EXPECT_GE(commands, 10);  // the help was read at all
+    std::string version;
+    ASSERT_EQ(Run("--version", &version), 0);
+    EXPECT_EQ(version, std::string("kvotool ") + KVO_VERSION + "\n");
 }
 
 TEST_F(KvotoolTest, CheckReportsEveryProblemWithFileAndLine) {
