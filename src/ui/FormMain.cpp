@@ -943,7 +943,6 @@ void FormMain::ArrangeControls() {
     const int statusHeight = sbMain_->sizeHint().height();
     picMain_->setGeometry(0, 0, width, height - statusHeight);
     sbMain_->setGeometry(0, height - statusHeight, width, statusHeight);
-    view_->HostResize();
     QTimer::singleShot(0, cmdDelayedResize_, &QPushButton::click);
 }
 
