@@ -98,6 +98,7 @@ void FormStation::BuildPanels() {
     history_->setFixedWidth(kPanelWidth);
     history_->setWordWrap(true);
     history_->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    history_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);  // long entries wrap instead
     history_->hide();
     connect(history_, &QListWidget::itemClicked, this, [this](QListWidgetItem* item) { ShowPart(history_->row(item)); });
     row->addWidget(history_);
@@ -162,6 +163,7 @@ void FormStation::BuildPanels() {
     statusBar_->setSizeGripEnabled(false);
     part_ = new QLabel(statusBar_);
     part_->setObjectName("sbStationPart");
+    part_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);  // a long message never widens the window
     state_ = new QLabel(statusBar_);
     state_->setObjectName("sbStationState");
     state_->setAutoFillBackground(true);
@@ -264,7 +266,7 @@ void FormStation::ListHistory() {
             item->setForeground(Qt::black);
         } else {
             item->setText(Text(Str::StationHistoryError, {time, FileNamePart(part.file), part.error}));
-            item->setSizeHint(QSize(kPanelWidth, kRowHeight * 2));
+            item->setSizeHint(QSize(kPanelWidth, kRowHeight * 3));
             item->setFlags(Qt::ItemIsEnabled);  // nothing to show: one touch does nothing
         }
     }
