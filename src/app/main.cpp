@@ -1,9 +1,12 @@
 // kvoeditor [SHOW]: the slide show editor.
+// kvoeditor --station [FOLDER] SHOW: the operator display, watching FOLDER
+// (without it, the folder kept from the last time) for results.
 #include <QtCore/QTimer>
 #include <QtGui/QPaintEvent>
 #include <QtWidgets/QApplication>
 
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <string_view>
 
@@ -11,8 +14,11 @@
 #include "services/Help.h"
 #include "services/Language.h"
 #include "services/Startup.h"
+#include "services/StationSettings.h"
 #include "services/StringIds.h"
+#include "model/SlideShow.h"
 #include "ui/FormMain.h"
+#include "ui/FormStation.h"
 #include "ui/SlideHost.h"
 #include "ui/QtLanguage.h"
 #include "ui/QtPrompt.h"
@@ -27,6 +33,42 @@ protected:
         return QObject::eventFilter(watched, event);
     }
 };
+
+// The station keeps its folder, and the language it was given, for its next start.
+int RunStation(int argc, char** argv) {
+    if (argc < 3 || argc > 4) {
+        std::cerr << kvo::LoadResString(kvo::Str::StationUsage) << '\n';
+        return 2;
+    }
+    kvo::StationSettings settings = kvo::ReadStationSettings();
+    if (settings.language != 0) {
+        kvo::SetLanguage(settings.language);
+        kvo::InitResources();
+        kvo::ApplyLanguageToQt();
+        kvo::ChooseHelpFile(settings.language, "TV");
+    }
+    const std::string showFile = argv[argc - 1];
+    kvo::QtPrompt prompt(nullptr);
+    kvo::SetCurrentPrompt(&prompt);
+    kvo::SlideShow show;
+    try {
+        show.LoadFromFile(showFile);
+    } catch (const kvo::Error& error) {
+        kvo::ShowError(error, showFile);
+        return 1;
+    }
+    if (argc == 4) {
+        settings.folder = argv[2];
+        try {
+            kvo::WriteStationSettings(settings);
+        } catch (const kvo::Error& error) {
+            kvo::ShowError(error);  // the station runs all the same, it only forgets the folder
+        }
+    }
+    const bool ran = kvo::FormStation::Run(show, settings, nullptr);
+    kvo::SetCurrentPrompt(nullptr);
+    return ran ? 0 : 1;
+}
 
 }  // namespace
 
@@ -51,6 +93,7 @@ int main(int argc, char** argv) {
     }
     kvo::ApplyLanguageToQt();
     kvo::ChooseHelpFile(kvo::LanguageId(), "TV");
+    if (argc > 1 && std::strcmp(argv[1], "--station") == 0) return RunStation(argc, argv);
     try {
         kvo::GetRepositoryRoot("Tapframe");  // looked up for the operator interface; the editor keeps nothing of it
     } catch (const kvo::Error& error) {

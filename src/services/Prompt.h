@@ -59,6 +59,8 @@ public:
     // Several existing files at once; none when the user cancels.
     virtual std::vector<std::string> ChooseOpenFiles(const FileChoice&) { return {}; }
     virtual std::optional<std::string> ChooseSaveFile(const FileChoice&) { return std::nullopt; }
+    // An existing folder, the dialog starting in choice.directory; the filter is not used.
+    virtual std::optional<std::string> ChooseFolder(const FileChoice&) { return std::nullopt; }
     virtual std::optional<int32_t> ChooseColor(int32_t) { return std::nullopt; }
     virtual std::optional<FontChoice> ChooseFont(const FontChoice&) { return std::nullopt; }
 };

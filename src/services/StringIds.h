@@ -314,6 +314,33 @@ namespace kvo::Str {
     X(StepInsertFromResults, 31758)      \
     X(PictureLoading, 31780)             \
     X(ErrorMessage, 31800)               \
+    X(StationNoResults, 31810)           \
+    X(MenuStationMode, 31811)            \
+    X(StationChooseFolder, 31812)        \
+    X(StationTitle, 31813)               \
+    X(StationWaiting, 31814)             \
+    X(StationPart, 31815)                \
+    X(StationReadFailed, 31816)          \
+    X(StationThisPart, 31817)            \
+    X(StationAverageOf, 31818)           \
+    X(StationHistory, 31819)             \
+    X(StationHistoryEntry, 31820)        \
+    X(StationHistoryError, 31821)        \
+    X(StationNoFolder, 31822)            \
+    X(StationFolderMissing, 31823)       \
+    X(StationAveraged, 31824)            \
+    X(StationSettings, 31825)            \
+    X(StationAverageSetting, 31826)      \
+    X(StationAverageOff, 31827)          \
+    X(StationFewer, 31828)               \
+    X(StationMore, 31829)                \
+    X(StationLanguageSetting, 31830)     \
+    X(StationLanguageHost, 31831)        \
+    X(StationLanguageNext, 31832)        \
+    X(StationFolderSetting, 31833)       \
+    X(StationTitleWaiting, 31834)        \
+    X(StationUsage, 31835)               \
+    X(StationSettingsNotSaved, 31836)    \
     X(ImportOutsideAsk, 31900)           \
     X(ImportOutsideTitle, 31901)         \
     X(ImportShowUnreadable, 31902)       \

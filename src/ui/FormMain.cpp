@@ -36,6 +36,7 @@
 #include "FormImport.h"
 #include "FormPosition.h"
 #include "FormPreview.h"
+#include "FormStation.h"
 #include "FormProperties.h"
 #include "FormResultsIcons.h"
 #include "LanguageFont.h"
@@ -266,6 +267,7 @@ void FormMain::BuildMenus() {
     action(view, "mnuScreen800", Str::MenuScreen800, &FormMain::Screen800);
     view->addSeparator();
     needDocument_ << action(view, "mnuScreenPreview", Str::MenuScreenPreview, &FormMain::ScreenPreview, QKeySequence(Qt::Key_F5));
+    needDocument_ << action(view, "mnuScreenStation", Str::MenuStationMode, &FormMain::ScreenStation);
 
     QMenu* help = menuBar()->addMenu(Caption(Str::MenuHelp));
     help->setObjectName("mnuHelp");
@@ -872,6 +874,16 @@ void FormMain::ScreenPreview() {
     if (Document()) FormPreview::Preview(*Document(), this);
 }
 
+void FormMain::ScreenStation() {
+    if (!Document()) return;
+    StationSettings settings = ReadStationSettings();
+    const auto folder = CurrentPrompt().ChooseFolder({S(Str::StationChooseFolder), "", settings.folder, ""});
+    if (!folder || folder->empty()) return;
+    settings.folder = *folder;
+    WriteStationSettings(settings);
+    FormStation::Run(*Document(), settings, this);
+}
+
 QImage FormMain::SlideImage() const {
     if (!Document() || currentSlide_ < 1) return {};
     return RenderSlide(Document()->Slides().Item(currentSlide_), picMain_->width(), picMain_->height()).image;
@@ -941,7 +953,6 @@ void FormMain::ArrangeControls() {
     const int statusHeight = sbMain_->sizeHint().height();
     picMain_->setGeometry(0, 0, width, height - statusHeight);
     sbMain_->setGeometry(0, height - statusHeight, width, statusHeight);
-    view_->HostResize();
     QTimer::singleShot(0, cmdDelayedResize_, &QPushButton::click);
 }
 

@@ -60,6 +60,8 @@ public:
     void FileEvaluate();
     void FileAverage();
     void ScreenPreview();
+    // Asks for the folder the measuring software writes to, keeps it for the next start, and runs the station.
+    void ScreenStation();
     void FilePrint();
     void PrintSlide(QPrinter& printer);
     void FileCapture();

@@ -1,15 +1,18 @@
 #include "FormPreview.h"
 
 #include <QtGui/QKeyEvent>
+#include <QtGui/QMouseEvent>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
-#include <QtWidgets/QPushButton>
 #include <QtWidgets/QVBoxLayout>
+
+#include <cmath>
 
 #include "DialogSupport.h"
 #include "FormHelp.h"
 #include "LanguageFont.h"
 #include "SlideHost.h"
+#include "TouchButton.h"
 #include "model/SlideShow.h"
 #include "model/Value.h"
 #include "services/Error.h"
@@ -21,17 +24,19 @@ namespace kvo {
 
 namespace {
 
-// Big enough for a gloved finger on the station's touch screen.
-constexpr int kButtonHeight = 72;
-constexpr int kButtonFontPoints = 16;
+// A swipe is a mostly sideways stroke over an eighth of the slide, and never
+// shorter than this, so that a tap never turns the slide.
+constexpr int kShortestSwipe = 60;
 
 std::unique_ptr<SlideShow> EnabledSlides(const SlideShow& show) {
+    // A copy, not a saved snapshot: that would forget which cells are averages.
     auto copy = std::make_unique<SlideShow>(show);
     for (int32_t i = copy->Slides().Count(); i >= 1; --i)
         if (!copy->Slides().Item(i).Enabled()) copy->Slides().Remove(i);
     if (copy->Slides().Count() == 0)
         throw Error(ErrorNumber::SubscriptOutOfRange, "FormPreview", LoadResString(Str::PreviewNoSlides));
-    copy->MoveNext();  // onto the first slide
+    while (copy->CurrentPosition() > 1) copy->MovePrevious();
+    if (copy->CurrentPosition() == 0) copy->MoveNext();  // onto the first slide
     return copy;
 }
 
@@ -57,42 +62,27 @@ FormPreview::FormPreview(const SlideShow& show, QWidget* parent) : QDialog(paren
     view_ = std::make_unique<SlideView>(*this, *host_);
     view_->SetLocked(true);  // the operator looks; nothing moves
     host_->SetView(view_.get());
+    host_->installEventFilter(this);
 
     status_ = new QLabel(this);
     status_->setObjectName("lblStatus");
     QFont statusFont = status_->font();
-    statusFont.setPointSize(kButtonFontPoints - 2);
+    statusFont.setPointSize(TouchButton::kPoints - 2);
     status_->setFont(statusFont);
-    const auto button = [this](const char* name, int32_t caption, void (FormPreview::*slot)()) {
-        auto* item = CaptionedButton<QPushButton>(this, name, caption);
-        QFont font = item->font();
-        font.setPointSize(kButtonFontPoints);
-        item->setFont(font);
-        item->setMinimumHeight(kButtonHeight);
-        item->setMinimumWidth(kButtonHeight * 2);
-        item->setAutoDefault(false);
-        item->setFocusPolicy(Qt::NoFocus);  // the keys belong to the player
-        connect(item, &QPushButton::clicked, this, slot);
-        return item;
-    };
-    previous_ = button("cmdPrevious", Str::PreviewPrevious, &FormPreview::Previous);
-    next_ = button("cmdNext", Str::PreviewNext, &FormPreview::Next);
-    nextOut_ = button("cmdNextOut", Str::PreviewNextOut, &FormPreview::NextOutOfTolerance);
-    help_ = button("cmdHelp", Str::PreviewHelp, &FormPreview::Help);
-    QPushButton* close = button("cmdClose", Str::PreviewClose, &FormPreview::reject);
-
-    auto* bar = new QHBoxLayout;
-    bar->addWidget(previous_);
-    bar->addWidget(next_);
-    bar->addWidget(nextOut_);
-    bar->addSpacing(kButtonHeight / 2);
-    bar->addWidget(status_, 1);
-    bar->addWidget(help_);
-    bar->addWidget(close);
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 8);
-    layout->addWidget(host_, 1);
-    layout->addLayout(bar);
+    status_->setMinimumWidth(0);
+    status_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);  // the buttons come first
+    bar_ = new QHBoxLayout;
+    previous_ = AddButton("cmdPrevious", Str::PreviewPrevious, [this] { Previous(); });
+    next_ = AddButton("cmdNext", Str::PreviewNext, [this] { Next(); });
+    nextOut_ = AddButton("cmdNextOut", Str::PreviewNextOut, [this] { NextOutOfTolerance(); });
+    bar_->addSpacing(TouchButton::kHeight / 4);
+    bar_->addWidget(status_, 1);
+    help_ = AddButton("cmdHelp", Str::PreviewHelp, [this] { Help(); });
+    AddButton("cmdClose", Str::PreviewClose, [this] { reject(); });
+    column_ = new QVBoxLayout(this);
+    column_->setContentsMargins(0, 0, 0, 8);
+    column_->addWidget(host_, 1);
+    column_->addLayout(bar_);
     ApplyLanguageFont(*this);
     resize(1024, 768);
     ShowCurrent();
@@ -103,7 +93,29 @@ FormPreview::~FormPreview() {
     view_.reset();  // its icon surfaces go before the host does
 }
 
-std::unique_ptr<IconSurface> FormPreview::CreateIcon() { return host_->CreateIcon(); }
+TouchButton* FormPreview::AddButton(const char* name, int32_t caption, std::function<void()> action) {
+    auto* button = CaptionedButton<TouchButton>(this, name, caption);
+    connect(button, &QPushButton::clicked, this, std::move(action));
+    bar_->addWidget(button);
+    return button;
+}
+
+std::unique_ptr<IconSurface> FormPreview::CreateIcon() {
+    auto surface = host_->CreateIcon();
+    if (auto* widget = dynamic_cast<QWidget*>(surface.get())) widget->installEventFilter(this);  // a swipe may start on an icon
+    return surface;
+}
+
+void FormPreview::Play(const SlideShow& show) {
+    auto played = EnabledSlides(show);
+    // What the operator must see first of a new part: the first slide in its worst state.
+    const int16_t worst = played->WorstTolerance();
+    if (worst >= ToleranceState::Warning)
+        while (played->ActiveSlide().WorstTolerance() != worst) played->MoveNext();
+    view_->SetSlide(nullptr);  // lets go of the old show's slide before it goes
+    show_ = std::move(played);
+    ShowCurrent();
+}
 
 void FormPreview::Previous() {
     show_->MovePrevious();
@@ -149,6 +161,21 @@ void FormPreview::keyPressEvent(QKeyEvent* event) {
         default:
             QDialog::keyPressEvent(event);  // Escape closes
     }
+}
+
+bool FormPreview::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::MouseButtonPress) {
+        swipeStart_ = static_cast<QMouseEvent*>(event)->globalPosition();
+    } else if (event->type() == QEvent::MouseButtonRelease && swipeStart_) {
+        const QPointF stroke = static_cast<QMouseEvent*>(event)->globalPosition() - *swipeStart_;
+        swipeStart_.reset();
+        const double shortest = std::max<double>(kShortestSwipe, host_->width() / 8.0);
+        if (std::abs(stroke.x()) >= shortest && std::abs(stroke.x()) > 2 * std::abs(stroke.y())) {
+            if (stroke.x() < 0) Next();  // the slide is pushed away to the left
+            else Previous();
+        }
+    }
+    return QDialog::eventFilter(watched, event);
 }
 
 }  // namespace kvo

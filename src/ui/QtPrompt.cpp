@@ -100,6 +100,12 @@ std::optional<std::string> QtPrompt::ChooseOpenFile(const FileChoice& choice) {
     return file.toStdString();
 }
 
+std::optional<std::string> QtPrompt::ChooseFolder(const FileChoice& choice) {
+    const QString folder = QFileDialog::getExistingDirectory(parent_, Q(choice.title), Q(choice.directory));
+    if (folder.isEmpty()) return std::nullopt;
+    return folder.toStdString();
+}
+
 std::vector<std::string> QtPrompt::ChooseOpenFiles(const FileChoice& choice) {
     std::vector<std::string> files;
     for (const QString& file : QFileDialog::getOpenFileNames(parent_, Q(choice.title), StartPath(choice), QtFileFilter(choice.filter),

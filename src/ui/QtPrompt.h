@@ -22,6 +22,7 @@ public:
     std::optional<std::string> ChooseOpenFile(const FileChoice& choice) override;
     std::optional<std::string> ChooseSaveFile(const FileChoice& choice) override;
     std::vector<std::string> ChooseOpenFiles(const FileChoice& choice) override;
+    std::optional<std::string> ChooseFolder(const FileChoice& choice) override;
     std::optional<int32_t> ChooseColor(int32_t initial) override;
     std::optional<FontChoice> ChooseFont(const FontChoice& initial) override;
 

@@ -147,7 +147,16 @@ void SlideHost::mouseReleaseEvent(QMouseEvent* event) {
     IconMouseUp();
 }
 
-void SlideHost::resizeEvent(QResizeEvent*) { feedbackLayer_->setGeometry(rect()); }
+void SlideHost::resizeEvent(QResizeEvent*) {
+    feedbackLayer_->setGeometry(rect());
+    if (view_ == nullptr) return;
+    // The icons stand at thousandths of this surface, so every new size moves them.
+    try {
+        view_->HostResize();
+    } catch (...) {
+        // As in a paint: the icons keep their places and the window goes on.
+    }
+}
 
 IconWidget::IconWidget(SlideHost& host, int16_t index) : QWidget(&host), host_(host), index_(index) {
     setObjectName(QString("picIcon%1").arg(index));

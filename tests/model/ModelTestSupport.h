@@ -65,6 +65,7 @@ public:
     }
     std::optional<std::string> ChooseOpenFile(const FileChoice& choice) override { return NextFile(choice); }
     std::optional<std::string> ChooseSaveFile(const FileChoice& choice) override { return NextFile(choice); }
+    std::optional<std::string> ChooseFolder(const FileChoice& choice) override { return NextFile(choice); }
     std::vector<std::string> ChooseOpenFiles(const FileChoice& choice) override {
         fileDialogs.push_back(choice);
         if (fileLists.empty()) return {};
