@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "EmfPlusBytes.h"
 #include "model/BinaryStream.h"
 #include "model/ExportPackage.h"
 #include "model/SlideShow.h"
@@ -163,6 +164,39 @@ void WriteMetafiles(const fs::path& wmf, const fs::path& emf) {
         .U32(1024).U32(768).U32(320).U32(240)                       // device in pixels and mm
         .U32(0).U32(0).U32(0).U32(320000).U32(240000);              // pixel format, OpenGL, micrometres
     Seed(emf, "shapes.emf", header.Raw(records.Text()).Text());
+
+    // EMF+ alone: objects, transforms, clipping and text; then a dual file
+    // whose EMF+ stream hands drawing to old-style records.
+    using kvo::test::Float;
+    using kvo::test::Shorts;
+    kvo::test::EmfPlusFile plus;
+    plus.Plus(0x4008, 0x0100, {0xDBC01002, 0, 0xFF2040C0})                                      // solid brush 0
+        .Plus(0x4008, 0x0201, {0xDBC01002, 0, 0x20, 0, Float(3), 1, 0xDBC01002, 0, 0xFF000000})  // dashed pen 1
+        .Plus(0x4008, 0x0302, {0xDBC01002, 3, 0, Float(10), Float(10), Float(90), Float(10), Float(50), Float(80),
+                               0x00810100})                                                      // triangle path 2
+        .Plus(0x4008, 0x0103, {0xDBC01002, 4, 0, 0, Float(0), Float(0), Float(192), Float(96), 0xFFFF0000, 0xFF0000FF, 0, 0})
+        .Plus(0x4008, 0x0604, {0xDBC01002, Float(12), 2, 1, 0, 4, Shorts('S', 'a'), Shorts('n', 's')})  // font 4
+        .Plus(0x4008, 0x0405, {0xDBC01002, 3, 2, 0x10000000, Float(0), Float(0), Float(100), Float(60), 0x10000000,
+                               Float(50), Float(30), Float(100), Float(60)})  // region 5: two rectangles joined
+        .Plus(0x4025, 0, {1})
+        .Plus(0x402D, 0, {Float(20), Float(5)})
+        .Plus(0x4034, 0x0105, {})
+        .Plus(0x4014, 0x0002, {3})
+        .Plus(0x4015, 0x0002, {1})
+        .Plus(0x4026, 0, {1})
+        .Plus(0x400A, 0x8000, {0xFF00FF00, 1, Float(150), Float(10), Float(30), Float(30)})
+        .Plus(0x4010, 0x4000, {0, Float(0), Float(270), Shorts(120, 50), Shorts(40, 40)})
+        .Plus(0x4018, 0x0001, {Float(0.5), 0, 2, 3, Float(10), Float(90), Float(60), Float(50), Float(110), Float(90)})
+        .Plus(0x401C, 0x8004, {0xFF000000, 0xFFFFFFFF, 2, Float(100), Float(60), Float(90), Float(30), Shorts('E', 'M')})
+        .Plus(0x4002, 0, {});
+    Seed(emf, "emfplus.emf", plus.Bytes());
+    kvo::test::EmfPlusFile dual(true);
+    dual.Plus(0x400A, 0x8000, {0xFF0000FF, 1, Float(0), Float(0), Float(50), Float(50)})
+        .Old(43, {0, 0, 50, 50})  // the same square, old style
+        .Plus(0x4004, 0, {})
+        .Old(43, {100, 20, 180, 80})
+        .Plus(0x4002, 0, {});
+    Seed(emf, "dual.emf", dual.Bytes());
 }
 
 void WriteShows(const fs::path& out) {

@@ -1,5 +1,9 @@
-// Turns an enhanced metafile into SVG with libemf2svg, framed as Windows shows it.
+// Turns an enhanced metafile into a picture for the editor: files that begin
+// with EMF+ records through our own player, the others into SVG with
+// libemf2svg, framed as Windows shows them.
 #include "EmfConvert.h"
+
+#include <QtGui/QPicture>
 
 #include <emf2svg.h>
 #include <fcntl.h>
@@ -13,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "EmfPlusPlayer.h"
 #include "PictureProtocol.h"
 
 namespace {
@@ -142,6 +147,36 @@ std::string CheckRecords(const std::vector<char>& bytes, uint32_t headerSize) {
     return {};
 }
 
+// Everything is recorded with the longer side this long, as for WMF.
+constexpr double kRecordedSide = 2048;
+
+// The frame in EMF+ device pixels, which are the reference device's pixels.
+QRectF EmfPlusFrame(const std::vector<char>& bytes) {
+    const auto perHundredth = [&](bool vertical) {
+        const int32_t pixels = Int32At(bytes, vertical ? 76 : 72), millimetres = Int32At(bytes, vertical ? 84 : 80);
+        return millimetres > 0 && pixels > 0 ? pixels / (millimetres * 100.0) : 96 / 2540.0;
+    };
+    const double x = perHundredth(false), y = perHundredth(true);
+    const QRectF frame(Int32At(bytes, 24) * x, Int32At(bytes, 28) * y, Span(bytes, 24, 32) * x, Span(bytes, 28, 36) * y);
+    if (frame.width() >= 1 && frame.height() >= 1) return frame;
+    return {static_cast<double>(Int32At(bytes, 8)), static_cast<double>(Int32At(bytes, 12)), Span(bytes, 8, 16) + 1.0,
+            Span(bytes, 12, 20) + 1.0};
+}
+
+std::string ConvertEmfPlus(const std::vector<char>& bytes, std::size_t headerSize, long width, long height, std::string& out) {
+    const double scale = kRecordedSide / static_cast<double>(std::max(width, height));
+    const int recordedWidth = std::max(1, static_cast<int>(std::lround(width * scale)));
+    const int recordedHeight = std::max(1, static_cast<int>(std::lround(height * scale)));
+    QPicture picture;
+    if (std::string error = kvo::PlayEmfPlus(bytes, headerSize, EmfPlusFrame(bytes), recordedWidth, recordedHeight, picture);
+        !error.empty())
+        return error;
+    out = kvo::PictureProtocol::kRecordedTag;
+    for (int32_t v : {static_cast<int32_t>(width), static_cast<int32_t>(height), recordedWidth, recordedHeight}) WriteInt(out, v);
+    out.append(picture.data(), picture.size());
+    return {};
+}
+
 }  // namespace
 
 namespace kvo {
@@ -165,6 +200,12 @@ std::string ConvertEmf(std::vector<char> bytes, std::string& out) {
         height = Span(bytes, 12, 20) + 1.0;
     }
     if (!(width >= 1) || !(height >= 1) || width > 100000 || height > 100000) return "has no usable size in its header";
+    // A dual file has all its drawing in old-style records as well: libemf2svg
+    // draws those where the EMF+ stream hands drawing over to them, or holds
+    // metafiles as pictures, which our player does not draw.
+    if (const EmfPlusSurvey survey = SurveyEmfPlus(bytes, headerSize);
+        survey.emfPlus && !(survey.dual && (survey.gdiDrawing || survey.metafileImages)))
+        return ConvertEmfPlus(bytes, headerSize, std::lround(width), std::lround(height), out);
 
     generatorOptions options{};
     char nameSpace[] = "";

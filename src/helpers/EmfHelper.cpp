@@ -1,6 +1,9 @@
-// kvo-emf-helper FILE: turns an enhanced metafile into SVG with libemf2svg.
-// Runs in a process of its own: the library is C parsing untrusted files, and
-// it cannot share a process with the WMF library.
+// kvo-emf-helper FILE: plays an enhanced metafile's EMF+ records into a
+// QPicture, or turns an old-style one into SVG with libemf2svg. Runs in a
+// process of its own: the library is C parsing untrusted files, and it cannot
+// share a process with the WMF library.
+#include <QtGui/QGuiApplication>
+
 #include <cstdio>
 #include <fstream>
 #include <iostream>
@@ -25,6 +28,10 @@ int main(int argc, char** argv) {
     std::ifstream in(argv[1], std::ios::binary);
     if (!in) return Fail("cannot be opened");
     std::vector<char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    // Standard error carries one line for the editor, and Qt's chatter is not it.
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
     std::string out;
     if (const std::string error = kvo::ConvertEmf(std::move(bytes), out); !error.empty()) return Fail(error);
     std::fwrite(out.data(), 1, out.size(), stdout);

@@ -60,13 +60,16 @@ std::shared_ptr<DecodedMetafile> DecodeMetafile(const std::string& fileName, con
     if (format == MetafileFormat::Unknown) Invalid(fileName, "is not a Windows metafile (WMF or EMF)", "Metafile.LoadFile");
     const bool wmf = format == MetafileFormat::Wmf;
     const QByteArray out = RunPictureHelper(wmf ? "kvo-wmf-helper" : "kvo-emf-helper", fileName, stop);
-    const QByteArray tag(wmf ? PictureProtocol::kRecordedTag : PictureProtocol::kSvgTag);
-    const qsizetype header = tag.size() + (wmf ? 16 : 8);
-    if (!out.startsWith(tag) || out.size() < header) Invalid(fileName, "cannot be read: its reader answered nonsense", "Metafile.LoadFile");
+    // The EMF helper answers with a recording for EMF+ files, with SVG for the others.
+    const bool recorded = out.startsWith(PictureProtocol::kRecordedTag);
+    const QByteArray tag(recorded ? PictureProtocol::kRecordedTag : PictureProtocol::kSvgTag);
+    const qsizetype header = tag.size() + (recorded ? 16 : 8);
+    if ((wmf && !recorded) || !out.startsWith(tag) || out.size() < header)
+        Invalid(fileName, "cannot be read: its reader answered nonsense", "Metafile.LoadFile");
     auto decoded = std::make_shared<DecodedMetafile>();
     decoded->naturalSize = QSize(IntAt(out, tag.size()), IntAt(out, tag.size() + 4));
     if (decoded->naturalSize.isEmpty()) Invalid(fileName, "has no size", "Metafile.LoadFile");
-    if (wmf) {
+    if (recorded) {
         decoded->recordedSize = QSize(IntAt(out, tag.size() + 8), IntAt(out, tag.size() + 12));
         const QByteArray data = out.mid(header);
         decoded->recording.setData(data.constData(), static_cast<uint>(data.size()));

@@ -1,0 +1,160 @@
+// Hand-made EMF+ files drawn through kvotool render: each record draws where
+// it says, and a record that lies is refused with its place in the file.
+#include <gtest/gtest.h>
+
+#include <QtGui/QImage>
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include "EmfPlusBytes.h"
+#include "TestSupport.h"
+#include "services/Paths.h"
+
+namespace kvo {
+namespace {
+
+using test::EmfPlusFile;
+using test::Float;
+using test::Shorts;
+
+constexpr uint32_t kRed = 0xFFFF0000, kGreen = 0xFF00C000, kBlue = 0xFF0000FF, kBlack = 0xFF000000;
+constexpr uint16_t kColour = 0x8000;  // the brush field holds a colour
+
+class EmfPlusTest : public ::testing::Test {
+protected:
+    // Renders the file alone on a white slide, two pixels for each of the frame's.
+    int Render(const EmfPlusFile& file, std::string* output) {
+        const std::string picture = dir_.File("picture.emf");
+        test::WriteFile(picture, file.Bytes());
+        const std::string show = dir_.File("show.pdz");
+        test::WriteFile(show, "BLOCK SlideShow\r\n\tBLOCK Slide\r\n\t\tBACKCOLOR=16777215\r\n\t\tGRAPHIC=" + picture +
+                                  "\r\n\t\tWIDTH=100\r\n\t\tHEIGHT=100\r\n\t\tLEFT=0\r\n\t\tTOP=0\r\n\tEND\r\nEND\r\n");
+        const std::string png = dir_.File("slide.png");
+        std::filesystem::remove(png);
+        const int status = test::RunCommand(
+            JoinPath(ExecutableDirectory(), "kvotool") + " render " + show + " -o " + png + " --size 384x192 2>&1", output);
+        image_ = QImage(QString::fromStdString(png)).convertToFormat(QImage::Format_RGB32);
+        return status;
+    }
+
+    QImage Drawn(const EmfPlusFile& file) {
+        std::string output;
+        EXPECT_EQ(Render(file, &output), 0) << output;
+        return image_;
+    }
+
+    test::TempDir dir_;
+    QImage image_;
+};
+
+// The colour at a point of the frame.
+QColor At(const QImage& image, int x, int y) { return QColor(image.pixel(2 * x + 1, 2 * y + 1)); }
+
+bool IsWhite(const QColor& c) { return c.red() > 240 && c.green() > 240 && c.blue() > 240; }
+
+bool HasInk(const QImage& image, int left, int top, int right, int bottom) {
+    for (int y = top; y < bottom; ++y)
+        for (int x = left; x < right; ++x)
+            if (!IsWhite(At(image, x, y))) return true;
+    return false;
+}
+
+TEST_F(EmfPlusTest, ShapesBrushesAndPensDrawWhereTheRecordsSay) {
+    EmfPlusFile file;
+    file.Plus(0x4008, 0x0100, {0xDBC01002, 0, kBlue})                                                  // brush 0
+        .Plus(0x4008, 0x0201, {0xDBC01002, 0, 0, 0, Float(4), 0xDBC01002, 0, kBlack})                  // pen 1
+        .Plus(0x4008, 0x0102, {0xDBC01002, 4, 0, 4, Float(0), Float(0), Float(192), Float(10), kRed, kBlue, 0, 0})
+        .Plus(0x4008, 0x0303, {0xDBC01002, 3, 0x4000, Shorts(150, 50), Shorts(190, 50), Shorts(170, 80), 0x00810100})
+        .Plus(0x400A, kColour, {kRed, 1, Float(10), Float(10), Float(40), Float(30)})
+        .Plus(0x400E, 0, {0, Float(100), Float(10), Float(60), Float(30)})
+        .Plus(0x400D, 0x0001, {2, Float(10), Float(70), Float(120), Float(70)})
+        .Plus(0x4014, kColour | 0x0003, {kGreen})
+        .Plus(0x400A, 0, {2, 1, Float(0), Float(86), Float(192), Float(10)});
+    const QImage image = Drawn(file);
+    ASSERT_FALSE(image.isNull());
+    EXPECT_EQ(At(image, 30, 25), QColor(255, 0, 0));
+    EXPECT_TRUE(IsWhite(At(image, 5, 5)));
+    EXPECT_EQ(At(image, 130, 25), QColor(0, 0, 255));
+    EXPECT_TRUE(IsWhite(At(image, 102, 12))) << "the ellipse's corner is outside it";
+    EXPECT_LT(At(image, 60, 70).lightness(), 60) << "the line";
+    EXPECT_TRUE(IsWhite(At(image, 60, 76)));
+    EXPECT_EQ(At(image, 170, 60), QColor(0, 192, 0)) << "the triangle path";
+    EXPECT_TRUE(IsWhite(At(image, 152, 75)));
+    const QColor left = At(image, 4, 90), right = At(image, 188, 90);
+    EXPECT_GT(left.red(), left.blue()) << "the gradient starts red";
+    EXPECT_GT(right.blue(), right.red()) << "and ends blue";
+}
+
+TEST_F(EmfPlusTest, TransformsClippingAndSaveRestore) {
+    EmfPlusFile file;
+    file.Plus(0x4025, 0, {7})                                                          // Save
+        .Plus(0x402D, 0, {Float(100), Float(0)})                                       // Translate
+        .Plus(0x4032, 0x0100, {Float(0), Float(0), Float(40), Float(40)})             // clip: intersect
+        .Plus(0x400A, kColour, {kGreen, 1, Float(0), Float(0), Float(80), Float(80)})
+        .Plus(0x4026, 0, {7})                                                          // Restore
+        .Plus(0x400A, kColour, {kRed, 1, Float(10), Float(10), Float(20), Float(20)})
+        .Plus(0x402A, 0, {Float(2), 0, 0, Float(2), Float(0), Float(50)})              // scale by two, down 50
+        .Plus(0x400A, kColour, {kBlue, 1, Float(5), Float(5), Float(10), Float(10)});
+    const QImage image = Drawn(file);
+    ASSERT_FALSE(image.isNull());
+    EXPECT_EQ(At(image, 120, 20), QColor(0, 192, 0));
+    EXPECT_TRUE(IsWhite(At(image, 160, 20))) << "clipped away";
+    EXPECT_TRUE(IsWhite(At(image, 120, 60))) << "clipped away";
+    EXPECT_EQ(At(image, 20, 20), QColor(255, 0, 0)) << "the transform and the clip restored";
+    EXPECT_EQ(At(image, 20, 70), QColor(0, 0, 255));
+    EXPECT_TRUE(IsWhite(At(image, 35, 70)));
+}
+
+TEST_F(EmfPlusTest, DualFilesDrawEmfPlusAndWhatGetDCHandsOver) {
+    EmfPlusFile dual(true);
+    dual.Plus(0x400A, kColour, {kBlue, 1, Float(0), Float(0), Float(50), Float(50)})
+        .Old(37, {0x80000004})        // the black stock brush
+        .Old(43, {60, 0, 110, 50});   // an old-style twin, skipped
+    QImage image = Drawn(dual);
+    ASSERT_FALSE(image.isNull());
+    EXPECT_EQ(At(image, 25, 25), QColor(0, 0, 255));
+    EXPECT_TRUE(IsWhite(At(image, 85, 25)));
+
+    // After GetDC the old-style records draw.
+    dual.Plus(0x4004, 0, {}).Old(43, {120, 20, 180, 80});
+    image = Drawn(dual);
+    ASSERT_FALSE(image.isNull());
+    EXPECT_LT(At(image, 150, 50).lightness(), 60);
+}
+
+TEST_F(EmfPlusTest, TextIsDrawnInItsLayoutRectangle) {
+    EmfPlusFile file;
+    file.Plus(0x4008, 0x0600, {0xDBC01002, Float(30), 2, 1, 0, 4, Shorts('S', 'a'), Shorts('n', 's')})
+        .Plus(0x401C, kColour | 0x0000, {kBlack, 0xFFFFFFFF, 2, Float(20), Float(20), Float(150), Float(60), Shorts('M', 'M')});
+    const QImage image = Drawn(file);
+    ASSERT_FALSE(image.isNull());
+    EXPECT_TRUE(HasInk(image, 20, 20, 80, 60));
+    EXPECT_FALSE(HasInk(image, 0, 0, 192, 18));
+    EXPECT_FALSE(HasInk(image, 110, 0, 192, 96));
+}
+
+TEST_F(EmfPlusTest, RecordsThatLieAreRefusedWithTheirPlace) {
+    std::string tooLong;  // a FillRects record that says it is longer than its comment
+    for (uint32_t word : {Shorts(0x400A, kColour), 0x100u, 20u, kRed, 1u, 0u, 0u}) {
+        for (int i = 0; i < 4; ++i) tooLong.push_back(static_cast<char>((word >> (8 * i)) & 0xFF));
+    }
+    const auto refused = [&](EmfPlusFile file, const std::function<void(EmfPlusFile&)>& add, const std::string& damage) {
+        const std::size_t at = file.Next() + 16;  // past the comment's own fields
+        add(file);
+        std::string output;
+        EXPECT_EQ(Render(file, &output), 1) << damage;
+        EXPECT_NE(output.find(damage + " at byte " + std::to_string(at)), std::string::npos) << output;
+    };
+    refused(EmfPlusFile(), [&](EmfPlusFile& f) { f.PlusBytes(tooLong); }, "an EMF+ record with an impossible length");
+    refused(EmfPlusFile(), [](EmfPlusFile& f) { f.Plus(0x400A, kColour, {kRed, 1000, Float(0), Float(0), Float(5), Float(5)}); },
+            "an EMF+ record whose contents run past its end");
+    refused(EmfPlusFile(), [](EmfPlusFile& f) { f.Plus(0x4013, kColour | 200, {kRed}); },
+            "an EMF+ record naming an object that cannot exist");
+    refused(EmfPlusFile(), [](EmfPlusFile& f) { f.Plus(0x4008, 0x0300, {0xDBC01002, 5000, 0}); },
+            "an EMF+ record whose contents run past its end");
+}
+
+}  // namespace
+}  // namespace kvo
