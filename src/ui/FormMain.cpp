@@ -1206,7 +1206,7 @@ void FormMain::EditCopy() {
 }
 
 void FormMain::EditCut() {
-    if (SelectedViews().empty()) return;
+    if (SelectedViews().empty() || picMain_->Captured() != nullptr) return;
     CopySelection();
     DeleteSelection(Str::StepCutIcons);
 }
@@ -1216,7 +1216,8 @@ void FormMain::EditDelete() { DeleteSelection(Str::StepDeleteIcons); }
 void FormMain::DeleteSelection(int32_t step) {
     Slide* slide = Current();
     const auto views = SelectedViews();
-    if (slide == nullptr || views.empty()) return;
+    // Not the icon a drag holds.
+    if (slide == nullptr || views.empty() || picMain_->Captured() != nullptr) return;
     currentIconView_ = nullptr;
     Edit(Step(step, static_cast<int>(views.size())), currentSlide_, [&] {
         for (IconView* view : views) {
