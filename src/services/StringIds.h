@@ -343,7 +343,11 @@ namespace kvo::Str {
     X(StepDeleteIcons, 31882)            \
     X(StepMoveIcons, 31883)              \
     X(StepAlignIcons, 31884)             \
-    X(StepDistributeIcons, 31885)
+    X(StepDistributeIcons, 31885)        \
+    X(MenuSlideEnabled, 31886)           \
+    X(StepEnableSlide, 31887)            \
+    X(StepDisableSlide, 31888)           \
+    X(SlideStatusDisabled, 31889)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

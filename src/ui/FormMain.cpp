@@ -269,6 +269,9 @@ void FormMain::BuildMenus() {
     slide->addSeparator();
     needSlide_ << action(slide, "mnuSlideTitle", Str::MenuSlideTitle, &FormMain::SlideTitle);
     needSlide_ << action(slide, "mnuSlideHelpTopic", Str::MenuSlideHelpTopic, &FormMain::SlideHelpTopic);
+    slideEnabled_ = action(slide, "mnuSlideEnabled", Str::MenuSlideEnabled, &FormMain::SlideEnabled);
+    slideEnabled_->setCheckable(true);
+    needSlide_ << slideEnabled_;
 
     QMenu* back = menuBar()->addMenu(Caption(Str::MenuBack));
     back->setObjectName("mnuBack");
@@ -425,7 +428,8 @@ void FormMain::UpdateStatus() {
         statusText_->clear();
         return;
     }
-    statusText_->setText(Q(FormatResString(Str::SlideStatus, {currentSlide_, Document()->Slides().Count()})));
+    const bool enabled = Current() == nullptr || Current()->Enabled();
+    statusText_->setText(Q(FormatResString(enabled ? Str::SlideStatus : Str::SlideStatusDisabled, {currentSlide_, Document()->Slides().Count()})));
 }
 
 void FormMain::UpdateEnabling() {
@@ -443,6 +447,7 @@ void FormMain::UpdateEnabling() {
     slideDown_->setEnabled(current && currentSlide_ < count);
     for (QAction* item : needSlide_) item->setEnabled(current);
     backEdit_->setEnabled(current && !Current()->PictureFile().empty());
+    slideEnabled_->setChecked(current && Current()->Enabled());
     UpdateSelection();
 }
 
@@ -566,6 +571,17 @@ void FormMain::SlideDown() {
 
 void FormMain::SlideTitle() {
     if (Current() != nullptr) Edit(Step(Str::StepRenameSlide, currentSlide_), currentSlide_, [this] { view_->UpdateTitle(); });
+}
+
+// The operator's preview and station skip a disabled slide; the editor still shows it.
+void FormMain::SlideEnabled() {
+    Slide* slide = Current();
+    if (slide == nullptr) return;
+    const bool enable = !slide->Enabled();
+    Edit(Step(enable ? Str::StepEnableSlide : Str::StepDisableSlide, currentSlide_), currentSlide_,
+         [slide, enable] { slide->SetEnabled(enable); });
+    UpdateStatus();
+    UpdateEnabling();
 }
 
 void FormMain::SlideHelpTopic() {

@@ -84,6 +84,7 @@ public:
     void SlideDown();
     void SlideTitle();
     void SlideHelpTopic();
+    void SlideEnabled();
     void BackSet();
     void BackClear();
     void BackColor();
@@ -225,6 +226,7 @@ private:
     QAction* slideUp_ = nullptr;
     QAction* slideDown_ = nullptr;
     QAction* backEdit_ = nullptr;
+    QAction* slideEnabled_ = nullptr;
     DocumentSession* session_;
     IconView* currentIconView_ = nullptr;  // while the icon menu is open
     std::vector<const kvo::Icon*> selection_;  // icons of the current slide

@@ -266,6 +266,23 @@ TEST_F(EditingComfortTest, TheSelectedLeaderHasALargerHandleAndInsertingFollowsT
     ExpectNoOverlap();
 }
 
+TEST_F(EditingComfortTest, ASlideIsDisabledAndEnabledAgainAsSteps) {
+    QAction* enabled = Command("mnuSlideEnabled");
+    ASSERT_TRUE(enabled->isChecked());
+    enabled->trigger();
+    EXPECT_FALSE(SlideAt(1).Enabled());
+    EXPECT_FALSE(enabled->isChecked());
+    EXPECT_TRUE(SlideAt(2).Enabled());
+    Key(Qt::Key_PageDown);
+    EXPECT_TRUE(enabled->isChecked());  // the menu follows the slide shown
+    Key(Qt::Key_PageUp);
+    EXPECT_FALSE(enabled->isChecked());
+    Key(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_TRUE(SlideAt(1).Enabled());
+    EXPECT_TRUE(enabled->isChecked());
+    EXPECT_TRUE(window_.Saved());
+}
+
 TEST_F(EditingComfortTest, DroppedFilesBecomeTheBackgroundOrTheDocument) {
     const auto drop = [&](const std::string& file) {
         QMimeData data;
