@@ -84,6 +84,15 @@ void BlockParser::OpenFile(const std::string& fileName, bool modeFlag) {
     open_ = true;
 }
 
+void BlockParser::OpenText(std::string text, std::string name) {
+    CloseFile();
+    fileName_ = std::move(name);
+    content_ = std::move(text);
+    position_ = 0;
+    currentLine_ = 0;
+    open_ = true;
+}
+
 void BlockParser::CloseFile() {
     // The open flag stays set, as it always has: closing twice is harmless.
     if (open_) {

@@ -35,6 +35,8 @@ public:
     // Opens a file for reading; modeFlag must be false (error 5000 otherwise).
     // A missing or unreadable file raises error 53 or 75 naming it.
     void OpenFile(const std::string& fileName, bool modeFlag);
+    // Reads text already in memory (the clipboard's); name stands for the file in messages.
+    void OpenText(std::string text, std::string name);
     void CloseFile();
     int16_t GetToken();
 

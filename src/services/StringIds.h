@@ -33,7 +33,7 @@ namespace kvo::Str {
     X(ExportPackageLabel, 31131)         \
     X(ExportCommentLabel, 31132)         \
     X(ContentsPercentLabel, 31133)       \
-    X(ContentsCharacteristicLabel, 31134)\
+    X(ContentsCharacteristicLabel, 31134) \
     X(ContentsColumnLabel, 31135)        \
     X(ImportTitle, 31155)                \
     X(ImportFrame, 31156)                \
@@ -344,7 +344,37 @@ namespace kvo::Str {
     X(ImportOutsideAsk, 31900)           \
     X(ImportOutsideTitle, 31901)         \
     X(ImportShowUnreadable, 31902)       \
-    X(ImportNotOrdinaryFile, 31903)
+    X(ImportNotOrdinaryFile, 31903)      \
+    X(MenuEditCut, 31860)                \
+    X(MenuEditCopy, 31861)               \
+    X(MenuEditPaste, 31862)              \
+    X(MenuEditDuplicate, 31863)          \
+    X(MenuEditDelete, 31864)             \
+    X(MenuEditSelectAll, 31865)          \
+    X(MenuIconAlign, 31866)              \
+    X(MenuAlignLeft, 31867)              \
+    X(MenuAlignRight, 31868)             \
+    X(MenuAlignTop, 31869)               \
+    X(MenuAlignBottom, 31870)            \
+    X(MenuAlignCentres, 31871)           \
+    X(MenuAlignMiddles, 31872)           \
+    X(MenuDistributeAcross, 31873)       \
+    X(MenuDistributeDown, 31874)         \
+    X(MenuSnapToGrid, 31875)             \
+    X(MenuGridSize, 31876)               \
+    X(GridSizePrompt, 31877)             \
+    X(GridSizeTitle, 31878)              \
+    X(StepCutIcons, 31879)               \
+    X(StepPasteIcons, 31880)             \
+    X(StepDuplicateIcons, 31881)         \
+    X(StepDeleteIcons, 31882)            \
+    X(StepMoveIcons, 31883)              \
+    X(StepAlignIcons, 31884)             \
+    X(StepDistributeIcons, 31885)        \
+    X(MenuSlideEnabled, 31886)           \
+    X(StepEnableSlide, 31887)            \
+    X(StepDisableSlide, 31888)           \
+    X(SlideStatusDisabled, 31889)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

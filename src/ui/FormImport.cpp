@@ -116,6 +116,8 @@ QString ShownTime(const std::string& stamp) {
 
 }  // namespace
 
+void FormImport::SetPackage(const std::string& path) { fileName_->setText(Q(path)); }
+
 void FormImport::ReadHeader() {
     const std::string path = fileName_->text().toStdString();
     if (FileExists(path)) {

@@ -14,6 +14,8 @@ class FormImport final : public QDialog {
     Q_OBJECT
 public:
     explicit FormImport(QWidget* parent = nullptr);
+    // Starts with this package chosen, as when one is dropped on the editor.
+    void SetPackage(const std::string& path);
     bool Accepted() const { return accepted_; }
     std::string PackagePath() const;
     std::string TargetPath() const;

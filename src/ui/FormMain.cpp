@@ -12,7 +12,10 @@
 #include <cmath>
 
 #include <QtCore/QLocale>
+#include <QtCore/QMimeData>
 #include <QtCore/QTimer>
+#include <QtGui/QDragEnterEvent>
+#include <QtGui/QDropEvent>
 #include <QtGui/QClipboard>
 #include <QtGui/QUndoStack>
 #include <QtGui/QCloseEvent>
@@ -43,6 +46,7 @@
 #include "SlideHost.h"
 #include "model/ExportPackage.h"
 #include "model/Icon.h"
+#include "model/IconTransfer.h"
 #include "model/QifResults.h"
 #include "model/Report.h"
 #include "model/SlideShow.h"
@@ -68,6 +72,12 @@ constexpr int kContentsTopic = 906;
 constexpr int kMinimumWidthTwips = 2000;
 constexpr int kMinimumHeightTwips = 1000;
 constexpr int kScrollPanelWidth = 220;
+// Icons on the clipboard, as the text format writes them.
+constexpr const char* kIconsMimeType = "application/x-kvoeditor-icons";
+// How far pasted copies land from their originals, thousandths of the slide.
+constexpr int32_t kPasteOffset = 20;
+constexpr int32_t kMinGridSize = 2;
+constexpr int32_t kMaxGridSize = 200;
 
 std::string S(int32_t id) { return LoadResString(id); }
 
@@ -82,11 +92,26 @@ FormMain::FormMain() {
     session_ = new DocumentSession(Recovery::DefaultDirectory(), RecentFiles::DefaultStorePath(), this);
     connect(session_, &DocumentSession::aboutToReplace, this, [this] {
         currentIconView_ = nullptr;
+        // The selection is kept by place: the icons themselves are replaced.
+        selectedPositions_.clear();
+        selectedSlide_ = currentSlide_;
+        if (const Slide* slide = Current()) {
+            for (int32_t i = 1; i <= slide->Icons().Count(); ++i)
+                if (std::find(selection_.begin(), selection_.end(), &slide->Icons().Item(i)) != selection_.end())
+                    selectedPositions_.push_back(i);
+        }
+        selection_.clear();
         view_->SetSlide(nullptr);  // its views let go of the icons that are replaced
     });
     connect(session_, &DocumentSession::replaced, this, [this](int current) {
         if (Document()->Slides().Count() == 0) ShowNoSlide();
         else ShowSlide(std::clamp(current, 1, static_cast<int>(Document()->Slides().Count())), true);
+        if (const Slide* slide = Current(); slide != nullptr && currentSlide_ == selectedSlide_) {
+            std::vector<const Icon*> icons;
+            for (const int32_t position : selectedPositions_)
+                if (position <= slide->Icons().Count()) icons.push_back(&slide->Icons().Item(position));
+            Select(icons);
+        }
         picMain_->update();
     });
     connect(session_, &DocumentSession::documentChanged, this, [this] { ShowDocument(); });
@@ -102,8 +127,8 @@ FormMain::FormMain() {
     ReadDirectories();
     view_ = std::make_unique<SlideView>(*this, *picMain_);
     picMain_->SetView(view_.get());
-    picMain_->SetMouseDown([this] { session_->BeginMouseEdit(currentSlide_); });
-    picMain_->SetIconMouseUp([this] { session_->EndMouseEdit(currentSlide_); });
+    ConnectSelection();
+    setAcceptDrops(true);
     UpdateEnabling();
     resize(960, 720);
 }
@@ -220,6 +245,15 @@ void FormMain::BuildMenus() {
     stepAction("mnuEditRedo", Str::MenuEditRedo, Str::MenuEditRedoStep, &QUndoStack::redo, &QUndoStack::canRedoChanged,
                &QUndoStack::redoTextChanged)
         ->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)});
+    edit->addSeparator();
+    needSelection_ << action(edit, "mnuEditCut", Str::MenuEditCut, &FormMain::EditCut, QKeySequence::Cut);
+    needSelection_ << action(edit, "mnuEditCopy", Str::MenuEditCopy, &FormMain::EditCopy, QKeySequence::Copy);
+    QAction* paste = action(edit, "mnuEditPaste", Str::MenuEditPaste, &FormMain::EditPaste, QKeySequence::Paste);
+    needSlide_ << paste;
+    needSelection_ << action(edit, "mnuEditDuplicate", Str::MenuEditDuplicate, &FormMain::EditDuplicate, QKeySequence(Qt::CTRL | Qt::Key_D));
+    needSelection_ << action(edit, "mnuEditDelete", Str::MenuEditDelete, &FormMain::EditDelete, QKeySequence::Delete);
+    edit->addSeparator();
+    needSlide_ << action(edit, "mnuEditSelectAll", Str::MenuEditSelectAll, &FormMain::EditSelectAll, QKeySequence::SelectAll);
 
     QMenu* slide = menuBar()->addMenu(Caption(Str::MenuSlide));
     slide->setObjectName("mnuSlide");
@@ -236,6 +270,9 @@ void FormMain::BuildMenus() {
     slide->addSeparator();
     needSlide_ << action(slide, "mnuSlideTitle", Str::MenuSlideTitle, &FormMain::SlideTitle);
     needSlide_ << action(slide, "mnuSlideHelpTopic", Str::MenuSlideHelpTopic, &FormMain::SlideHelpTopic);
+    slideEnabled_ = action(slide, "mnuSlideEnabled", Str::MenuSlideEnabled, &FormMain::SlideEnabled);
+    slideEnabled_->setCheckable(true);
+    needSlide_ << slideEnabled_;
 
     QMenu* back = menuBar()->addMenu(Caption(Str::MenuBack));
     back->setObjectName("mnuBack");
@@ -248,8 +285,32 @@ void FormMain::BuildMenus() {
 
     QMenu* icon = menuBar()->addMenu(Caption(Str::MenuIcon));
     icon->setObjectName("mnuIconBar");
-    needSlide_ << action(icon, "mnuInsertIcon", Str::MenuInsertIcon, &FormMain::InsertIcon, QKeySequence(Qt::Key_Insert));
+    QAction* insertIcon = action(icon, "mnuInsertIcon", Str::MenuInsertIcon, &FormMain::InsertIcon, QKeySequence(Qt::Key_Insert));
+    needSlide_ << insertIcon;
     needSlide_ << action(icon, "mnuInsertFromResults", Str::MenuInsertFromResults, &FormMain::InsertFromResults);
+    icon->addSeparator();
+    QMenu* align = icon->addMenu(Caption(Str::MenuIconAlign));
+    align->setObjectName("mnuIconAlign");
+    const auto alignAction = [&](const char* name, int32_t caption, Alignment alignment) {
+        needSelection_ << action(align, name, caption, [alignment](FormMain* window) { window->AlignIcons(alignment); });
+    };
+    alignAction("mnuAlignLeft", Str::MenuAlignLeft, Alignment::Left);
+    alignAction("mnuAlignRight", Str::MenuAlignRight, Alignment::Right);
+    alignAction("mnuAlignTop", Str::MenuAlignTop, Alignment::Top);
+    alignAction("mnuAlignBottom", Str::MenuAlignBottom, Alignment::Bottom);
+    alignAction("mnuAlignCentres", Str::MenuAlignCentres, Alignment::HorizontalCentres);
+    alignAction("mnuAlignMiddles", Str::MenuAlignMiddles, Alignment::VerticalCentres);
+    align->addSeparator();
+    needSelection_ << action(align, "mnuDistributeAcross", Str::MenuDistributeAcross, [](FormMain* window) { window->DistributeIcons(true); });
+    needSelection_ << action(align, "mnuDistributeDown", Str::MenuDistributeDown, [](FormMain* window) { window->DistributeIcons(false); });
+
+    // The pop-up menu of the slide, opened by a right-click where no icon is:
+    // what it inserts or pastes lands at the pointer.
+    slideMenu_ = new QMenu(this);
+    slideMenu_->setObjectName("mnuSlidePopup");
+    slideMenu_->addAction(insertIcon);
+    slideMenu_->addAction(paste);
+    connect(slideMenu_, &QMenu::aboutToHide, this, [this] { QTimer::singleShot(0, this, [this] { pointerPlace_.reset(); }); });
 
     // The pop-up menu of one icon, opened by a right-click on it.
     iconMenu_ = new QMenu(this);
@@ -268,6 +329,10 @@ void FormMain::BuildMenus() {
     view->addSeparator();
     needDocument_ << action(view, "mnuScreenPreview", Str::MenuScreenPreview, &FormMain::ScreenPreview, QKeySequence(Qt::Key_F5));
     needDocument_ << action(view, "mnuScreenStation", Str::MenuStationMode, &FormMain::ScreenStation);
+    view->addSeparator();
+    snapAction_ = action(view, "mnuSnapToGrid", Str::MenuSnapToGrid, &FormMain::ViewSnapToGrid, QKeySequence(Qt::CTRL | Qt::Key_G));
+    snapAction_->setCheckable(true);
+    action(view, "mnuGridSize", Str::MenuGridSize, &FormMain::ViewGridSize);
 
     QMenu* help = menuBar()->addMenu(Caption(Str::MenuHelp));
     help->setObjectName("mnuHelp");
@@ -365,7 +430,8 @@ void FormMain::UpdateStatus() {
         statusText_->clear();
         return;
     }
-    statusText_->setText(Q(FormatResString(Str::SlideStatus, {currentSlide_, Document()->Slides().Count()})));
+    const bool enabled = Current() == nullptr || Current()->Enabled();
+    statusText_->setText(Q(FormatResString(enabled ? Str::SlideStatus : Str::SlideStatusDisabled, {currentSlide_, Document()->Slides().Count()})));
 }
 
 void FormMain::UpdateEnabling() {
@@ -383,6 +449,8 @@ void FormMain::UpdateEnabling() {
     slideDown_->setEnabled(current && currentSlide_ < count);
     for (QAction* item : needSlide_) item->setEnabled(current);
     backEdit_->setEnabled(current && !Current()->PictureFile().empty());
+    slideEnabled_->setChecked(current && Current()->Enabled());
+    UpdateSelection();
 }
 
 Slide* FormMain::Current() const {
@@ -417,6 +485,7 @@ bool FormMain::AskToSave() {
 // Another document, or none: the window starts again on its first slide.
 void FormMain::ShowDocument() {
     currentIconView_ = nullptr;
+    selection_.clear();
     currentSlide_ = 0;
     if (Document() == nullptr) {
         ClearWindow();
@@ -432,6 +501,7 @@ void FormMain::ShowDocument() {
 void FormMain::ShowSlide(int number, bool force) {
     if (!Document() || number < 1 || number > Document()->Slides().Count()) return;
     if (!force && number == currentSlide_ && view_->CurrentSlide() != nullptr) return;  // nothing moves: no repaint
+    if (number != currentSlide_) selection_.clear();
     currentSlide_ = number;
     view_->SetSlide(&Document()->Slides().Item(number));
     view_->DecodeAhead(Document()->Slides(), number);
@@ -505,6 +575,17 @@ void FormMain::SlideTitle() {
     if (Current() != nullptr) Edit(Step(Str::StepRenameSlide, currentSlide_), currentSlide_, [this] { view_->UpdateTitle(); });
 }
 
+// The operator's preview and station skip a disabled slide; the editor still shows it.
+void FormMain::SlideEnabled() {
+    Slide* slide = Current();
+    if (slide == nullptr) return;
+    const bool enable = !slide->Enabled();
+    Edit(Step(enable ? Str::StepEnableSlide : Str::StepDisableSlide, currentSlide_), currentSlide_,
+         [slide, enable] { slide->SetEnabled(enable); });
+    UpdateStatus();
+    UpdateEnabling();
+}
+
 void FormMain::SlideHelpTopic() {
     Slide* slide = Current();
     if (slide == nullptr) return;
@@ -574,10 +655,26 @@ void FormMain::BackPosition() {
 
 void FormMain::InsertIcon() {
     if (Current() == nullptr) return;
-    Edit(Caption(Str::StepInsertIcon), currentSlide_, [this] {
+    const Icon* inserted = nullptr;
+    Edit(Caption(Str::StepInsertIcon), currentSlide_, [this, &inserted] {
+        const std::vector<IconBox> taken = Boxes();
+        IconView* view = view_->AddIcon(defaultIcon_.get());
         // All 1000 surfaces in use: there is no room for another icon.
-        if (view_->AddIcon(defaultIcon_.get()) == nullptr) QApplication::beep();
+        if (view == nullptr) {
+            QApplication::beep();
+            return;
+        }
+        // At the pointer when asked for on the slide, else where the template
+        // puts it, or the nearest place from there where it covers no icon.
+        const Icon& icon = view->Icon();
+        const IconBox box = BoxOf(icon);
+        IconPlace place{icon.Left(), icon.Top()};
+        if (pointerPlace_) place = {pointerPlace_->x(), pointerPlace_->y()};
+        else if (const auto free = FreePlace(taken, {box.width, box.height}, icon.Left(), icon.Top())) place = *free;
+        view->SetPosition(place.left, place.top);
+        inserted = &icon;
     });
+    if (inserted != nullptr) Select({inserted});
 }
 
 void FormMain::InsertFromResults() {
@@ -644,6 +741,7 @@ void FormMain::IconDelete() {
         slide->Icons().Remove(icon);
         if (hadLeader) picMain_->update();
     });
+    UpdateSelection();
 }
 
 void FormMain::BackEdit() {
@@ -827,8 +925,11 @@ void FormMain::FileProperties() {
     if (Saved()) session_->MarkChanged();  // whatever the answer, as it always has
 }
 
-void FormMain::FileImport() {
+void FormMain::FileImport() { ImportPackage(""); }
+
+void FormMain::ImportPackage(const std::string& package) {
     FormImport dialog(this);
+    if (!package.empty()) dialog.SetPackage(package);
     dialog.exec();
     if (!dialog.Accepted()) return;
     if (session_->Import(dialog.PackagePath(), dialog.TargetPath())) OpenDocument(dialog.TargetPath());
@@ -954,6 +1055,306 @@ void FormMain::ArrangeControls() {
     picMain_->setGeometry(0, 0, width, height - statusHeight);
     sbMain_->setGeometry(0, height - statusHeight, width, statusHeight);
     QTimer::singleShot(0, cmdDelayedResize_, &QPushButton::click);
+}
+
+void FormMain::ConnectSelection() {
+    picMain_->SetMouseDown([this](int16_t index) {
+        session_->BeginMouseEdit(currentSlide_);
+        const IconView* view = view_->Views().FindByIndex(index);
+        dragFrom_ = view != nullptr ? std::optional(QPoint(view->Icon().Left(), view->Icon().Top())) : std::nullopt;
+    });
+    picMain_->SetIconMouseUp([this](int16_t index) {
+        // A box that moved lands on the grid; one only clicked stays where it is.
+        IconView* view = view_->Views().FindByIndex(index);
+        if (snapToGrid_ && view != nullptr && dragFrom_ && *dragFrom_ != QPoint(view->Icon().Left(), view->Icon().Top())) {
+            view->SetPosition(SnapToGrid(view->Icon().Left(), gridSize_), SnapToGrid(view->Icon().Top(), gridSize_));
+            picMain_->update();
+        }
+        dragFrom_.reset();
+        session_->EndMouseEdit(currentSlide_);
+        UpdateSelection();
+    });
+    connect(picMain_, &SlideHost::iconPressed, this, &FormMain::OnIconPressed);
+    connect(picMain_, &SlideHost::bandSelected, this, &FormMain::OnBandSelected);
+    connect(picMain_, &SlideHost::iconDoubleClicked, this, [this](int index) {
+        IconView* view = view_->Views().FindByIndex(static_cast<int16_t>(index));
+        if (view == nullptr) return;
+        currentIconView_ = view;
+        picMain_->Guarded([this] { IconProperties(); });
+        currentIconView_ = nullptr;
+    });
+    connect(picMain_, &SlideHost::contextMenuAt, this, &FormMain::ShowSlideMenu);
+    connect(picMain_, &SlideHost::nudged, this, [this](int dx, int dy) { picMain_->Guarded([&] { Nudge(dx, dy); }); });
+    connect(picMain_, &SlideHost::escaped, this, [this] { Select({}); });
+}
+
+void FormMain::OnIconPressed(int index, Qt::KeyboardModifiers modifiers) {
+    const IconView* view = view_->Views().FindByIndex(static_cast<int16_t>(index));
+    if (view == nullptr) return;
+    const Icon* icon = &view->Icon();
+    const auto found = std::find(selection_.begin(), selection_.end(), icon);
+    if (modifiers.testFlag(Qt::ControlModifier)) {
+        if (found != selection_.end()) selection_.erase(found);
+        else selection_.push_back(icon);
+    } else if (found == selection_.end()) {
+        selection_ = {icon};
+    }
+    UpdateSelection();
+}
+
+void FormMain::OnBandSelected(const QList<int>& indices, Qt::KeyboardModifiers modifiers) {
+    std::vector<const Icon*> icons;
+    if (modifiers.testFlag(Qt::ControlModifier)) icons = selection_;
+    for (const int index : indices) {
+        const IconView* view = view_->Views().FindByIndex(static_cast<int16_t>(index));
+        if (view != nullptr && std::find(icons.begin(), icons.end(), &view->Icon()) == icons.end()) icons.push_back(&view->Icon());
+    }
+    Select(icons);
+}
+
+void FormMain::Select(std::vector<const Icon*> icons) {
+    selection_ = std::move(icons);
+    UpdateSelection();
+}
+
+std::vector<IconView*> FormMain::SelectedViews() const {
+    std::vector<IconView*> views;
+    if (Current() == nullptr || selection_.empty()) return views;
+    for (const auto& view : view_->Views())
+        if (std::find(selection_.begin(), selection_.end(), &view->Icon()) != selection_.end()) views.push_back(view.get());
+    return views;
+}
+
+void FormMain::UpdateSelection() {
+    // Only icons still shown stay selected, in slide order.
+    const auto views = SelectedViews();
+    selection_.clear();
+    std::vector<int16_t> indices;
+    for (const IconView* view : views) {
+        selection_.push_back(&view->Icon());
+        indices.push_back(view->Index());
+    }
+    picMain_->SetSelected(indices);
+    for (QAction* item : needSelection_) item->setEnabled(!selection_.empty());
+}
+
+IconBox FormMain::BoxOf(const Icon& icon) const {
+    const IconExtent extent =
+        IconView::Extent(icon, view_->TwipsPerPixelX(), view_->TwipsPerPixelY(), view_->HostWidth(), view_->HostHeight());
+    return {icon.Left(), icon.Top(), extent.width, extent.height};
+}
+
+std::vector<IconBox> FormMain::Boxes() const {
+    std::vector<IconBox> boxes;
+    if (const Slide* slide = Current())
+        for (const auto& icon : slide->Icons()) boxes.push_back(BoxOf(*icon));
+    return boxes;
+}
+
+void FormMain::MoveSelected(const QString& text, const std::function<IconPlace(const IconView&, std::size_t)>& place) {
+    const auto views = SelectedViews();
+    if (views.empty()) return;
+    std::vector<IconPlace> places;
+    for (std::size_t i = 0; i < views.size(); ++i) places.push_back(place(*views[i], i));
+    Edit(text, currentSlide_, [&] {
+        for (std::size_t i = 0; i < views.size(); ++i) views[i]->SetPosition(places[i].left, places[i].top);
+    });
+    picMain_->update();  // the leaders follow their boxes
+    UpdateSelection();
+}
+
+void FormMain::Nudge(int dx, int dy) {
+    const auto count = static_cast<int>(SelectedViews().size());
+    if (count == 0) return;
+    // One pixel, or with the grid on, to the next line of the grid.
+    const auto along = [this](int32_t position, int32_t moved, int pixels) {
+        if (pixels == 0) return position;
+        const int32_t sign = pixels > 0 ? 1 : -1;
+        if (snapToGrid_) {
+            const int32_t line = sign > 0 ? position / gridSize_ * gridSize_ : (position + gridSize_ - 1) / gridSize_ * gridSize_;
+            return line + sign * gridSize_ * std::abs(pixels);
+        }
+        return moved != position ? moved : position + sign;  // a pixel smaller than a thousandth still moves
+    };
+    MoveSelected(Step(Str::StepMoveIcons, count), [&](const IconView& view, std::size_t) {
+        const QPoint moved = view_->ConvertHostToVirtualHost(view.View().Left() + RoundToLong(dx * view_->TwipsPerPixelX()),
+                                                             view.View().Top() + RoundToLong(dy * view_->TwipsPerPixelY()));
+        const IconBox box = BoxOf(view.Icon());
+        return IconPlace{std::clamp(along(box.left, moved.x(), dx), 0, std::max(Icon::kMaxPosition - box.width, 0)),
+                         std::clamp(along(box.top, moved.y(), dy), 0, std::max(Icon::kMaxPosition - box.height, 0))};
+    });
+}
+
+void FormMain::AlignIcons(Alignment alignment) {
+    ArrangeSelected(Str::StepAlignIcons, 2, [alignment](std::vector<IconBox>& boxes) { Align(boxes, alignment); });
+}
+
+void FormMain::DistributeIcons(bool horizontally) {
+    ArrangeSelected(Str::StepDistributeIcons, 3, [horizontally](std::vector<IconBox>& boxes) { Distribute(boxes, horizontally); });
+}
+
+void FormMain::ArrangeSelected(int32_t step, std::size_t least, const std::function<void(std::vector<IconBox>&)>& arrange) {
+    const auto views = SelectedViews();
+    if (views.size() < least) return;
+    std::vector<IconBox> boxes;
+    for (const IconView* view : views) boxes.push_back(BoxOf(view->Icon()));
+    arrange(boxes);
+    MoveSelected(Step(step, static_cast<int>(views.size())),
+                 [&](const IconView&, std::size_t i) { return IconPlace{boxes[i].left, boxes[i].top}; });
+}
+
+void FormMain::ViewSnapToGrid() { snapToGrid_ = snapAction_->isChecked(); }
+
+void FormMain::ViewGridSize() {
+    const auto answer = CurrentPrompt().AskText(S(Str::GridSizePrompt), S(Str::GridSizeTitle), std::to_string(gridSize_));
+    if (!answer || answer->empty()) return;
+    gridSize_ = std::clamp<int32_t>(ToInteger(*answer), kMinGridSize, kMaxGridSize);
+}
+
+void FormMain::EditSelectAll() {
+    std::vector<const Icon*> icons;
+    if (const Slide* slide = Current())
+        for (const auto& icon : slide->Icons()) icons.push_back(icon.get());
+    Select(icons);
+}
+
+void FormMain::CopySelection() {
+    std::vector<const Icon*> icons;
+    for (const IconView* view : SelectedViews()) icons.push_back(&view->Icon());
+    const std::string text = IconsToText(icons);
+    auto* data = new QMimeData;
+    data->setData(kIconsMimeType, QByteArray::fromStdString(text));
+    data->setText(Q(text));  // for a text editor, and for an editor of an older kind
+    QGuiApplication::clipboard()->setMimeData(data);
+}
+
+void FormMain::EditCopy() {
+    if (!SelectedViews().empty()) CopySelection();
+}
+
+void FormMain::EditCut() {
+    if (SelectedViews().empty() || picMain_->Captured() != nullptr) return;
+    CopySelection();
+    DeleteSelection(Str::StepCutIcons);
+}
+
+void FormMain::EditDelete() { DeleteSelection(Str::StepDeleteIcons); }
+
+void FormMain::DeleteSelection(int32_t step) {
+    Slide* slide = Current();
+    const auto views = SelectedViews();
+    // Not the icon a drag holds.
+    if (slide == nullptr || views.empty() || picMain_->Captured() != nullptr) return;
+    currentIconView_ = nullptr;
+    Edit(Step(step, static_cast<int>(views.size())), currentSlide_, [&] {
+        for (IconView* view : views) {
+            const Icon& icon = view->Icon();
+            view->Terminate();
+            view_->Views().Remove(*view);  // its surface goes with it
+            slide->Icons().Remove(icon);
+        }
+        picMain_->update();
+    });
+    Select({});
+}
+
+void FormMain::EditPaste() {
+    if (Current() == nullptr) return;
+    const QMimeData* data = QGuiApplication::clipboard()->mimeData();
+    if (data == nullptr) return;
+    const std::string text =
+        data->hasFormat(kIconsMimeType) ? data->data(kIconsMimeType).toStdString() : data->text().toStdString();
+    const auto icons = IconsFromText(text);
+    if (icons.empty()) {
+        QApplication::beep();  // nothing of ours on the clipboard
+        return;
+    }
+    PlaceCopies(Str::StepPasteIcons, icons, pointerPlace_);
+}
+
+void FormMain::EditDuplicate() {
+    std::vector<std::unique_ptr<Icon>> copies;
+    for (const IconView* view : SelectedViews()) copies.push_back(std::make_unique<Icon>(view->Icon()));
+    PlaceCopies(Str::StepDuplicateIcons, copies, std::nullopt);
+}
+
+void FormMain::PlaceCopies(int32_t step, const std::vector<std::unique_ptr<Icon>>& icons, std::optional<QPoint> at) {
+    if (Current() == nullptr || icons.empty()) return;
+    QPoint corner(Icon::kMaxPosition, Icon::kMaxPosition);
+    for (const auto& icon : icons) corner = QPoint(std::min(corner.x(), icon->Left()), std::min(corner.y(), icon->Top()));
+    const QPoint shift = at ? *at - corner : QPoint(kPasteOffset, kPasteOffset);
+    std::vector<const Icon*> placed;
+    Edit(Step(step, static_cast<int>(icons.size())), currentSlide_, [&] {
+        std::vector<IconBox> taken = Boxes();
+        for (const auto& icon : icons) {
+            IconView* view = view_->AddIcon(icon.get());
+            if (view == nullptr) {
+                QApplication::beep();  // every surface is in use
+                break;
+            }
+            const IconBox box = BoxOf(*icon);
+            const IconPlace wanted{std::clamp(icon->Left() + shift.x(), 0, Icon::kMaxPosition),
+                                   std::clamp(icon->Top() + shift.y(), 0, Icon::kMaxPosition)};
+            IconPlace place = FreePlace(taken, {box.width, box.height}, wanted.left, wanted.top).value_or(wanted);
+            // No free place left: overlapping, but still never exactly on top of another icon.
+            const auto onTop = [&] {
+                return std::any_of(taken.begin(), taken.end(), [&](const IconBox& other) { return other.left == place.left && other.top == place.top; });
+            };
+            while (onTop() && place.left < Icon::kMaxPosition) ++place.left;
+            view->SetPosition(place.left, place.top);
+            taken.push_back({place.left, place.top, box.width, box.height});
+            placed.push_back(&view->Icon());
+        }
+    });
+    picMain_->update();
+    Select(placed);
+}
+
+void FormMain::ShowSlideMenu(const QPoint& pixel) {
+    if (Current() == nullptr) return;
+    picMain_->Guarded([&] {
+        pointerPlace_ = view_->ConvertHostToVirtualHost(RoundToLong(pixel.x() * view_->TwipsPerPixelX()),
+                                                        RoundToLong(pixel.y() * view_->TwipsPerPixelY()));
+    });
+    slideMenu_->popup(picMain_->mapToGlobal(pixel));
+}
+
+FormMain::DropKind FormMain::KindOfDrop(const QString& file) {
+    const QString suffix = QFileInfo(file).suffix().toLower();
+    if (suffix == "bmp" || suffix == "wmf" || suffix == "emf") return DropKind::Picture;
+    if (suffix == "pdz" || suffix == "pdx") return DropKind::SlideShow;
+    if (suffix == "exp") return DropKind::Package;
+    return DropKind::None;
+}
+
+void FormMain::dragEnterEvent(QDragEnterEvent* event) {
+    const QList<QUrl> urls = event->mimeData()->urls();
+    if (urls.size() == 1 && urls.front().isLocalFile() && KindOfDrop(urls.front().toLocalFile()) != DropKind::None)
+        event->acceptProposedAction();
+}
+
+void FormMain::dropEvent(QDropEvent* event) {
+    const QList<QUrl> urls = event->mimeData()->urls();
+    if (urls.size() != 1 || !urls.front().isLocalFile()) return;
+    event->acceptProposedAction();
+    const QString file = urls.front().toLocalFile();
+    // After the drop has ended: opening may ask questions, which a drag source must not wait for.
+    QTimer::singleShot(0, this, [this, file] { picMain_->Guarded([&] { OpenDropped(file); }); });
+}
+
+void FormMain::OpenDropped(const QString& file) {
+    switch (KindOfDrop(file)) {
+        case DropKind::Picture:
+            if (Current() == nullptr) return;
+            // As Background > Set does, with the slide's own checks of the path.
+            Edit(Caption(Str::StepSetBackground), currentSlide_, [this, &file] { view_->SetBackgroundPicture(file.toStdString()); });
+            UpdateStatus();
+            UpdateEnabling();
+            break;
+        case DropKind::SlideShow: OpenDocument(file.toStdString()); break;
+        case DropKind::Package: ImportPackage(file.toStdString()); break;
+        case DropKind::None: break;
+    }
 }
 
 }  // namespace kvo

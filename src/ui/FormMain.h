@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "model/IconLayout.h"
 #include "services/Prompt.h"
 #include "session/DocumentSession.h"
 #include "view/Surfaces.h"
@@ -54,6 +55,8 @@ public:
     void FileExit();
     void FileProperties();
     void FileImport();
+    // The import with this package already chosen; empty for none.
+    void ImportPackage(const std::string& package);
     void FileExport();
     // Fills the show's cells from a report file, or from the mean of several,
     // as one step that can be undone.
@@ -83,6 +86,7 @@ public:
     void SlideDown();
     void SlideTitle();
     void SlideHelpTopic();
+    void SlideEnabled();
     void BackSet();
     void BackClear();
     void BackColor();
@@ -98,6 +102,26 @@ public:
     void IconSetDefault();
     void IconProperties();
     void IconDelete();
+    // The selected icons of the current slide and what acts on them: each
+    // command one undoable step.
+    void EditCut();
+    void EditCopy();
+    void EditPaste();
+    // Copies of the selected icons beside them, never on top of another icon.
+    void EditDuplicate();
+    void EditDelete();
+    void EditSelectAll();
+    void AlignIcons(Alignment alignment);
+    void DistributeIcons(bool horizontally);
+    void ViewSnapToGrid();
+    void ViewGridSize();
+    // In slide order.
+    std::vector<IconView*> SelectedViews() const;
+    void Select(std::vector<const Icon*> icons);
+    bool SnapsToGrid() const { return snapToGrid_; }
+    int32_t GridSize() const { return gridSize_; }
+    // The pop-up menu of the slide, opened by a right-click where no icon is.
+    QMenu& SlideMenu() const { return *slideMenu_; }
     QMenu& IconMenu() const { return *iconMenu_; }
     IconView* CurrentIconView() const { return currentIconView_; }
     const Icon* DefaultIcon() const { return defaultIcon_.get(); }
@@ -121,8 +145,32 @@ public:
 protected:
     void closeEvent(QCloseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
+    // What a file dropped on the window is taken for.
+    enum class DropKind { None, Picture, SlideShow, Package };
+    static DropKind KindOfDrop(const QString& file);
+    void OpenDropped(const QString& file);
+    void ConnectSelection();
+    void OnIconPressed(int index, Qt::KeyboardModifiers modifiers);
+    void OnBandSelected(const QList<int>& indices, Qt::KeyboardModifiers modifiers);
+    void Nudge(int dx, int dy);
+    void ShowSlideMenu(const QPoint& pixel);
+    // Frames the selection anew and enables what acts on it.
+    void UpdateSelection();
+    IconBox BoxOf(const kvo::Icon& icon) const;
+    std::vector<IconBox> Boxes() const;
+    // Puts the selected icons where place says, as one step named text.
+    void MoveSelected(const QString& text, const std::function<IconPlace(const IconView&, std::size_t)>& place);
+    // Aligns or distributes the selected icons' boxes, when at least least are selected.
+    void ArrangeSelected(int32_t step, std::size_t least, const std::function<void(std::vector<IconBox>&)>& arrange);
+    // Adds copies of icons to the current slide as one step, offset from where
+    // they were or from the pointer's place, and selects them.
+    void PlaceCopies(int32_t step, const std::vector<std::unique_ptr<kvo::Icon>>& icons, std::optional<QPoint> at);
+    void CopySelection();
+    void DeleteSelection(int32_t step);
     // Runs one edit and records it as an undoable step named text when it
     // changed the document; slide is the one slide it touches, 0 the whole show.
     void Edit(const QString& text, int slide, const std::function<void()>& edit);
@@ -164,6 +212,9 @@ private:
     QFileSystemWatcher* pictureWatcher_;
     std::map<QString, QString> pictureEditors_;  // picture kind (upper-cased extension) to the program chosen for it
     QMenu* iconMenu_;
+    QMenu* slideMenu_ = nullptr;
+    QList<QAction*> needSelection_;  // enabled while icons are selected
+    QAction* snapAction_ = nullptr;
     QMenu* fileMenu_ = nullptr;
     QAction* exitAction_ = nullptr;
     QList<QAction*> recentActions_;  // the recent files' entries and the separator after them
@@ -177,8 +228,16 @@ private:
     QAction* slideUp_ = nullptr;
     QAction* slideDown_ = nullptr;
     QAction* backEdit_ = nullptr;
+    QAction* slideEnabled_ = nullptr;
     DocumentSession* session_;
     IconView* currentIconView_ = nullptr;  // while the icon menu is open
+    std::vector<const kvo::Icon*> selection_;  // icons of the current slide
+    std::vector<int32_t> selectedPositions_;   // the selection's places in its slide, across an undo
+    int selectedSlide_ = 0;
+    std::optional<QPoint> pointerPlace_;       // thousandths of the host, while the slide's menu is open
+    std::optional<QPoint> dragFrom_;            // where the dragged icon was, thousandths of the host
+    bool snapToGrid_ = false;
+    int32_t gridSize_ = 10;
     std::unique_ptr<Icon> defaultIcon_;    // the template of new icons, for as long as the program runs
     std::unique_ptr<SlideView> view_;
     std::string slideDirectory_;

@@ -3,7 +3,10 @@
 #include <QtWidgets/QWidget>
 
 #include <functional>
+#include <map>
+#include <optional>
 #include <set>
+#include <vector>
 
 #include "view/Surfaces.h"
 
@@ -43,18 +46,40 @@ public:
     IconWidget* Captured() const { return captured_; }
     void SetCaptured(IconWidget* icon) { captured_ = icon; }
     const std::vector<QRect>& Feedback() const { return feedback_; }
-    // Called when a press on an icon surface, or on a leader's end, may start a drag.
-    void SetMouseDown(std::function<void()> handler) { mouseDown_ = std::move(handler); }
-    void MouseDown() {
-        if (mouseDown_) mouseDown_();
+    // Called when a press on an icon surface, or on a leader's end, may start
+    // a drag of the icon whose surface has this index.
+    void SetMouseDown(std::function<void(int16_t)> handler) { mouseDown_ = std::move(handler); }
+    void MouseDown(int16_t index) {
+        if (mouseDown_) mouseDown_(index);
     }
     // Called after every mouse-up on an icon surface.
-    void SetIconMouseUp(std::function<void()> handler) { iconMouseUp_ = std::move(handler); }
-    void IconMouseUp() {
-        if (iconMouseUp_) iconMouseUp_();
+    void SetIconMouseUp(std::function<void(int16_t)> handler) { iconMouseUp_ = std::move(handler); }
+    void IconMouseUp(int16_t index) {
+        if (iconMouseUp_) iconMouseUp_(index);
     }
     // Runs a mouse event's work under the window's error handler.
     void Guarded(const std::function<void()>& work);
+
+    // The selected icons' surfaces: framed above everything, their leader ends
+    // with a handle that is easy to take.
+    void SetSelected(std::vector<int16_t> indices);
+    const std::vector<int16_t>& Selected() const { return selected_; }
+    // Half the handle's side in pixels: twice as large on a touch screen.
+    int HandleRadius() const;
+    // The rubber band being drawn, in pixels of the host; empty when none.
+    QRect Band() const { return band_; }
+
+signals:
+    // A left press on an icon's box; a double-click on it.
+    void iconPressed(int index, Qt::KeyboardModifiers modifiers);
+    void iconDoubleClicked(int index);
+    // A rubber band (or a click on the empty slide) ended, over these icons.
+    void bandSelected(const QList<int>& indices, Qt::KeyboardModifiers modifiers);
+    // A right-click on the slide where no icon is, at this pixel.
+    void contextMenuAt(const QPoint& pixel);
+    // Arrow keys: a move in pixels; Esc.
+    void nudged(int dx, int dy);
+    void escaped();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -62,18 +87,27 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     friend class FeedbackLayer;
+    friend class IconWidget;
     QPoint ToTwips(const QPointF& pixels) const;
+    // The selected icon whose leader handle is at this pixel, if any.
+    IconView* HandleAt(const QPoint& pixel) const;
+    QPoint LeaderEnd(const IconView& view) const;
 
     SlideView* view_ = nullptr;
     std::set<int16_t> used_;
     IconWidget* captured_ = nullptr;
     QWidget* feedbackLayer_;
     std::vector<QRect> feedback_;
-    std::function<void()> mouseDown_;
-    std::function<void()> iconMouseUp_;
+    std::function<void(int16_t)> mouseDown_;
+    std::function<void(int16_t)> iconMouseUp_;
+    std::vector<int16_t> selected_;
+    std::map<int16_t, IconWidget*> widgets_;
+    std::optional<QPoint> bandStart_;
+    QRect band_;
 };
 
 // picIcon(n): one icon's box.
@@ -102,6 +136,7 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
 
 private:
     QPoint ToTwips(const QPointF& pixels) const;
