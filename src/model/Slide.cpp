@@ -1,6 +1,5 @@
 #include "Slide.h"
 
-#include <sstream>
 
 #include "BinaryStream.h"
 #include "BlockParser.h"
@@ -108,23 +107,6 @@ void Slide::SaveToBinary(BinaryStream& stream) const {
     stream.WriteInteger(height_);
     stream.WriteInteger(helpTopic_);
     icons_.SaveToBinary(stream);
-}
-
-std::string Slide::Snapshot() const {
-    std::ostringstream out(std::ios::binary);
-    BinaryStream stream;
-    stream.OpenWriter(out, "slide snapshot");
-    SaveToBinary(stream);
-    return std::move(out).str();
-}
-
-void Slide::Restore(const std::string& snapshot) {
-    std::istringstream in(snapshot, std::ios::binary);
-    BinaryStream stream;
-    if (!stream.OpenReader(in, "slide snapshot"))
-        throw Error(ErrorNumber::InvalidCall, "Slide.Restore", "The slide snapshot is not in the binary format");
-    Initialize();
-    LoadFromBinary(stream, SlideShow::kBinaryVersion);
 }
 
 void Slide::SetPicturePosition(int16_t left, int16_t top, int16_t width, int16_t height) {

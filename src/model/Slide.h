@@ -32,9 +32,6 @@ public:
     void SaveToFile(std::ostream& out) const;
     void LoadFromBinary(BinaryStream& stream, int32_t version);
     void SaveToBinary(BinaryStream& stream) const;
-    // The slide as the binary format's bytes, for undo; Restore puts such bytes back.
-    std::string Snapshot() const;
-    void Restore(const std::string& snapshot);
 
     const std::string& Name() const { return name_; }
     void SetName(std::string value) { name_ = std::move(value); }

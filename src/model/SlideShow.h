@@ -50,7 +50,8 @@ public:
     void WriteText(std::ostream& out) const;
     // The binary form, as SaveToBinary writes it; fileName only names it in errors.
     void WriteBinary(std::ostream& out, const std::string& fileName) const;
-    // The whole document as the binary format's bytes, for undo and recovery.
+    // The whole document as the binary format's bytes, for the recovery copy
+    // and the samples of an average.
     // Restore puts such bytes back and keeps the format and header of the file
     // the document came from, so that Save writes what it wrote before.
     std::string Snapshot() const;

@@ -144,7 +144,9 @@ TEST_F(QifResultsTest, IconsFromResultsDoNotOverlapAndEvaluateToTheListedStates)
         for (const auto& cell : icon.Values()) {
             ++cells;
             for (const auto& m : widget.Measurements(1))
-                if (m.feature == i - 1 && m.row == cell->Row()) EXPECT_EQ(cell->Tolerance(), m.state) << icon.Name() << " " << m.id;
+                if (m.feature == i - 1 && m.row == cell->Row()) {
+                    EXPECT_EQ(cell->Tolerance(), m.state) << icon.Name() << " " << m.id;
+                }
         }
     }
     EXPECT_EQ(cells, 33);  // the distinct rows the widget's features fill

@@ -192,14 +192,13 @@ TEST_F(SlideShowTest, ShowsRoundTripThroughBothFormats) {
     EXPECT_EQ(TextOf(fromBinary), text);
 }
 
-// Undo and the recovery copy put the document back from its bytes: whatever
-// the formats carry must come back, and the file it came from stays as it was.
+// The recovery copy puts the document back from its bytes: whatever the
+// formats carry must come back, and the file it came from stays as it was.
 TEST_F(SlideShowTest, SnapshotsRestoreTheContentsAndKeepTheFileFormat) {
     SlideShow original;
     Fill(original);
     const std::string text = TextOf(original);
     const std::string whole = original.Snapshot();
-    const std::string second = original.Slides().Item(2).Snapshot();
 
     original.SaveToBinary(path_);
     SlideShow show;
@@ -208,8 +207,6 @@ TEST_F(SlideShowTest, SnapshotsRestoreTheContentsAndKeepTheFileFormat) {
     show.Slides().Remove(1);
     show.Slides().Item(1).Icons().Clear();
     show.Slides().Item(1).SetBackColor(0xFF);
-    show.Slides().Item(1).Restore(second);
-    EXPECT_EQ(show.Slides().Item(1).Snapshot(), second);
     show.Restore(whole, "snapshot");
     EXPECT_EQ(TextOf(show), text);
     EXPECT_TRUE(show.Binary());
