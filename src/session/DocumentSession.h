@@ -70,6 +70,8 @@ public:
     void MarkChanged();
 
     void SetRecoveryDelay(std::chrono::milliseconds delay) { recoveryTimer_.setInterval(delay); }
+    // Removes document's recovery copy on the recovery thread, after the writes before it.
+    void RemoveRecovery(const std::string& document);
     // Waits for the recovery writes and removals asked for so far.
     void FlushRecovery() { recoveryWriter_.waitForDone(); }
 
@@ -98,7 +100,6 @@ private:
     void SetSaved();
     void OnUndoIndexChanged();
     void WriteRecovery();
-    void RemoveRecovery(const std::string& fileName);
 
     std::unique_ptr<SlideShow> document_;
     std::string fileName_;

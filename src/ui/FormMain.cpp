@@ -379,7 +379,7 @@ void FormMain::OfferRecovery() {
                 if (session_->Recover(copy)) return;
                 break;
             case Answer::No:
-                session_->RecoveryCopies().Remove(copy.document);
+                session_->RemoveRecovery(copy.document);
                 break;
             case Answer::Cancel:
                 return;
