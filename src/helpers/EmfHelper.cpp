@@ -1,7 +1,7 @@
-// kvo-emf-helper FILE: plays an enhanced metafile's EMF+ records into a
-// QPicture, or turns an old-style one into SVG with libemf2svg. Runs in a
-// process of its own: the library is C parsing untrusted files, and it cannot
-// share a process with the WMF library.
+// kvo-emf-helper FILE|-: plays an enhanced metafile (from standard input for
+// -), its EMF+ records into a QPicture, or turns an old-style one into SVG with
+// libemf2svg. Runs in a process of its own: the library is C parsing untrusted
+// files, and it cannot share a process with the WMF library.
 #include <QtGui/QGuiApplication>
 
 #include <cstdio>
@@ -9,6 +9,7 @@
 #include <iostream>
 #include <iterator>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -24,9 +25,13 @@ int Fail(const std::string& message) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) return Fail("usage: kvo-emf-helper FILE");
-    std::ifstream in(argv[1], std::ios::binary);
-    if (!in) return Fail("cannot be opened");
+    if (argc != 2) return Fail("usage: kvo-emf-helper FILE|-");
+    std::ifstream file;
+    if (std::string_view(argv[1]) != "-") {
+        file.open(argv[1], std::ios::binary);
+        if (!file) return Fail("cannot be opened");
+    }
+    std::istream& in = file.is_open() ? file : std::cin;
     std::vector<char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     // Standard error carries one line for the editor, and Qt's chatter is not it.
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});

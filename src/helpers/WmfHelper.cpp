@@ -1,5 +1,5 @@
-// kvo-wmf-helper FILE: plays a Windows metafile with libwmf and records what it
-// draws as a QPicture. Runs in a process of its own: libwmf is C parsing
+// kvo-wmf-helper FILE|-: plays a Windows metafile (from standard input for -)
+// with libwmf and records what it draws as a QPicture. Runs in a process of its own: libwmf is C parsing
 // untrusted files, and it cannot share a process with the EMF library.
 #include <QtCore/QByteArray>
 #include <QtCore/QFile>
@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <iostream>
 #include <string>
+#include <string_view>
 
 #include "WmfConvert.h"
 
@@ -21,12 +22,14 @@ int Fail(const std::string& message) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) return Fail("usage: kvo-wmf-helper FILE");
+    if (argc != 2) return Fail("usage: kvo-wmf-helper FILE|-");
     // Standard error carries one line for the editor, and Qt's chatter is not it.
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     // Read before the application starts, which takes longer than most files.
-    QFile file(QString::fromLocal8Bit(argv[1]));
-    if (!file.open(QIODevice::ReadOnly)) return Fail("cannot be opened: " + file.errorString().toStdString());
+    QFile file;
+    const bool opened = std::string_view(argv[1]) == "-" ? file.open(stdin, QIODevice::ReadOnly)
+                                                         : (file.setFileName(QString::fromLocal8Bit(argv[1])), file.open(QIODevice::ReadOnly));
+    if (!opened) return Fail("cannot be opened: " + file.errorString().toStdString());
     const QByteArray original = file.readAll();
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);

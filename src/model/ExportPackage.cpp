@@ -1,6 +1,7 @@
 #include "ExportPackage.h"
 
 #include <filesystem>
+#include <sstream>
 
 #include "ExportFile.h"
 #include "SlideShow.h"
@@ -113,6 +114,33 @@ PackageInfo ReadPackageInfo(const std::string& packagePath) {
         info.files.push_back(std::move(entry));
     }
     return info;
+}
+
+std::string ReadPackagedShow(const std::string& packagePath) {
+    ExportFile package;
+    package.OpenForRead(packagePath);
+    std::ostringstream show;
+    package.ReadFileInto(show, package.Name());
+    return std::move(show).str();
+}
+
+std::optional<std::string> ReadPackagedFile(const std::string& packagePath, const std::string& path) {
+    ExportFile package;
+    package.OpenForRead(packagePath);
+    package.SkipFile();
+    const std::string wanted = FileDataCollection::Key(path);
+    const int32_t count = package.ReadLong();
+    for (int32_t i = 0; i < count; ++i) {
+        const std::string recorded = package.ReadString();
+        if (FileDataCollection::Key(recorded) != wanted) {
+            package.SkipFile(recorded);
+            continue;
+        }
+        std::ostringstream file;
+        package.ReadFileInto(file, recorded);
+        return std::move(file).str();
+    }
+    return std::nullopt;
 }
 
 }  // namespace kvo

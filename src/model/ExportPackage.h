@@ -42,4 +42,9 @@ struct PackageInfo {
 // The header and the table of contents, without unpacking anything.
 PackageInfo ReadPackageInfo(const std::string& packagePath);
 
+// The bytes of the show inside a package, and of the file it records as path
+// (nothing when it holds none), read in place.
+std::string ReadPackagedShow(const std::string& packagePath);
+std::optional<std::string> ReadPackagedFile(const std::string& packagePath, const std::string& path);
+
 }  // namespace kvo

@@ -77,9 +77,11 @@ public:
     // Reads the list of files that follows and checks every recorded path,
     // writing nothing; returns the recorded paths.
     static std::vector<std::string> CheckEntries(ExportFile& package);
+    // Two recorded paths name one file when their keys are equal: this
+    // system's paths by case, drive-letter paths without regard to it.
+    static std::string Key(std::string_view path);
 
 private:
-    static std::string Key(std::string_view path);
     FileData* Find(std::string_view path);
     const FileData* Find(std::string_view path) const;
 

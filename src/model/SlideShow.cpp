@@ -63,15 +63,32 @@ void SlideShow::LoadFromFile(const std::string& fileName) {
     binary_ = false;
     {
         BinaryStream stream;
-        if (stream.OpenFile(fileName, false)) {
-            ReadBinaryRecord(stream);
-            slides_.AddFromBinary(stream, fileVersion_);
-            binary_ = true;
-            return;
-        }
+        if (stream.OpenFile(fileName, false)) return ReadBinary(stream);
     }
     BlockParser parser;
     parser.OpenFile(fileName, false);
+    ReadLocatedText(parser);
+}
+
+void SlideShow::LoadFromBytes(std::string bytes, const std::string& name) {
+    binary_ = false;
+    {
+        std::istringstream in(bytes);
+        BinaryStream stream;
+        if (stream.OpenReader(in, name)) return ReadBinary(stream);
+    }
+    BlockParser parser;
+    parser.OpenText(std::move(bytes), name);
+    ReadLocatedText(parser);
+}
+
+void SlideShow::ReadBinary(BinaryStream& stream) {
+    ReadBinaryRecord(stream);
+    slides_.AddFromBinary(stream, fileVersion_);
+    binary_ = true;
+}
+
+void SlideShow::ReadLocatedText(BlockParser& parser) {
     try {
         ReadText(parser);
     } catch (const Error& error) {

@@ -44,6 +44,9 @@ public:
 
     // Errors name the file, and for text the line.
     void LoadFromFile(const std::string& fileName);
+    // The same from a file's bytes held in memory (a show inside a package);
+    // name stands for the file in errors.
+    void LoadFromBytes(std::string bytes, const std::string& name);
     void SaveToFile(const std::string& fileName);
     void SaveToBinary(const std::string& fileName);
     // The text form, as SaveToFile writes it.
@@ -100,6 +103,8 @@ public:
 
 private:
     void ReadText(BlockParser& parser);
+    void ReadBinary(BinaryStream& stream);
+    void ReadLocatedText(BlockParser& parser);
     void HandleKey(const std::string& key, const std::string& value, int32_t line);
     void ReadBinaryRecord(BinaryStream& stream);
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
+#include <fstream>
 #include <iomanip>
 #include <iostream>
 #include <map>
@@ -17,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "model/ExportFile.h"
 #include "model/ExportPackage.h"
 #include "model/FileDataCollection.h"
 #include "model/QifResults.h"
@@ -482,6 +484,53 @@ int Render(const Args& given) {
     return 0;
 }
 
+bool IsPackage(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::string magic(kvo::ExportFile::kMagic.size(), '\0');
+    return in.read(magic.data(), static_cast<std::streamsize>(magic.size())) && magic == kvo::ExportFile::kMagic;
+}
+
+// For file managers: the first enabled slide (else the first) as an 800 x 600
+// station shows it, scaled to fit SIZE. A package is read in place, so that
+// nothing but OUTPUT is ever written. A missing picture still gives a
+// thumbnail, with the notice in the picture's place.
+int Thumbnail(const Args& args) {
+    RequireCount(args, 3);
+    const int32_t size = kvo::ToLong(args[2]);
+    if (size < 1 || size > 4096) throw UsageError{};
+    const std::string& input = args[0];
+    const auto application = FontsApplication();
+    const bool package = IsPackage(input);
+    kvo::SlideShow show;
+    Prompts().file = input;
+    if (package)
+        show.LoadFromBytes(kvo::ReadPackagedShow(input), input);
+    else
+        show.LoadFromFile(input);
+    if (show.Slides().Count() == 0) {
+        std::cerr << "kvotool: " << input << " has no slide\n";
+        return 1;
+    }
+    kvo::Slide* slide = &show.Slides().Item(1);
+    for (const auto& candidate : show.Slides()) {
+        if (candidate->Enabled()) {
+            slide = candidate.get();
+            break;
+        }
+    }
+    std::optional<QByteArray> picture;
+    if (package && !slide->PictureFile().empty()) {
+        if (auto bytes = kvo::ReadPackagedFile(input, slide->PictureFile())) picture = QByteArray::fromStdString(*bytes);
+    }
+    const kvo::RenderedSlide rendered = kvo::RenderSlide(*slide, 800, 600, picture ? &*picture : nullptr);
+    const QImage thumbnail = rendered.image.scaled(size, size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    if (!thumbnail.save(QString::fromLocal8Bit(args[1].c_str()), "PNG")) {
+        std::cerr << "kvotool: cannot write " << args[1] << '\n';
+        return 1;
+    }
+    return 0;
+}
+
 int String(const Args& given) {
     Args args = given;
     TakeLanguage(args);
@@ -543,6 +592,9 @@ const std::map<std::string, Command>& Commands() {
                     "unpack a package; asks before replacing a file, and writes outside TARGET's folder only when allowed", Import}},
         {"package-info", {"package-info PACKAGE", "the header of a package and the files in it", PackageInfo}},
         {"render", {"render SHOW -o OUT.png [--slide N] [--size WxH]", "draw one slide as the editor shows it (default: slide 1, 800x600)", Render}},
+        {"thumbnail", {"thumbnail INPUT OUTPUT.png SIZE",
+                       "a file manager's thumbnail of a show or package: its first enabled slide, at most SIZE pixels wide and high",
+                       Thumbnail}},
         {"string", {"string [--lang LCID] ID [ARG...]", "a text of the string tables, with its arguments filled in", String}},
         {"settings", {"settings get KEY VALUE | set KEY VALUE TEXT | list KEY", "read or write the settings store below SOFTWARE\\Orlanvex", Settings}},
         {"help-file", {"help-file [--lang LCID]", "the help file the editor would use", HelpFile}},

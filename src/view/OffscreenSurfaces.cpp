@@ -33,13 +33,13 @@ std::unique_ptr<IconSurface> OffscreenOwner::CreateIcon() {
     return surface;
 }
 
-RenderedSlide RenderSlide(Slide& slide, int widthPixels, int heightPixels) {
+RenderedSlide RenderSlide(Slide& slide, int widthPixels, int heightPixels, const QByteArray* pictureBytes) {
     OffscreenHost host(widthPixels, heightPixels);
     OffscreenOwner owner(host);
     SlideView view(owner, host);
     view.SetSlide(&slide);
     try {
-        view.LoadPicture();  // the whole picture: an image is not drawn again when it comes
+        view.LoadPicture(pictureBytes);  // the whole picture: an image is not drawn again when it comes
     } catch (const Error&) {
         // Drawn as the notice in the picture's place.
     }

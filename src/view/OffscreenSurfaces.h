@@ -102,7 +102,7 @@ struct RenderedSlide {
 };
 
 // One slide as the editor shows it on a host of this many pixels, its picture
-// waited for.
-RenderedSlide RenderSlide(Slide& slide, int widthPixels, int heightPixels);
+// waited for; drawn from pictureBytes, when given, instead of its file.
+RenderedSlide RenderSlide(Slide& slide, int widthPixels, int heightPixels, const QByteArray* pictureBytes = nullptr);
 
 }  // namespace kvo

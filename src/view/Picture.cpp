@@ -39,13 +39,10 @@ int32_t IntAt(const QByteArray& bytes, qsizetype at) {
 
 enum class MetafileFormat { Unknown, Wmf, Emf };
 
-MetafileFormat Sniff(const std::string& fileName) {
-    std::ifstream in(fileName, std::ios::binary);
-    char head[44] = {};
-    in.read(head, sizeof(head));
-    const auto got = in.gcount();
+MetafileFormat Sniff(const QByteArray& head) {
+    const auto got = head.size();
     const auto byte = [&](int i) { return static_cast<unsigned char>(head[i]); };
-    if (got >= 44 && byte(0) == 1 && byte(1) == 0 && byte(2) == 0 && byte(3) == 0 && std::string_view(head + 40, 4) == " EMF")
+    if (got >= 44 && byte(0) == 1 && byte(1) == 0 && byte(2) == 0 && byte(3) == 0 && std::string_view(head.constData() + 40, 4) == " EMF")
         return MetafileFormat::Emf;
     if (got >= 4 && byte(0) == 0xD7 && byte(1) == 0xCD && byte(2) == 0xC6 && byte(3) == 0x9A) return MetafileFormat::Wmf;
     if (got >= 4 && (byte(0) == 1 || byte(0) == 2) && byte(1) == 0 && byte(2) == 9 && byte(3) == 0) return MetafileFormat::Wmf;
@@ -54,12 +51,15 @@ MetafileFormat Sniff(const std::string& fileName) {
 
 }  // namespace
 
-std::shared_ptr<DecodedMetafile> DecodeMetafile(const std::string& fileName, const std::atomic<bool>* stop) {
-    RequireFile(fileName, "Metafile.LoadFile");
-    const MetafileFormat format = Sniff(fileName);
+namespace {
+
+// The helper is given the bytes when they are held, else the file's name.
+std::shared_ptr<DecodedMetafile> Decode(const std::string& fileName, const QByteArray& head, const QByteArray* whole,
+                                        const std::atomic<bool>* stop) {
+    const MetafileFormat format = Sniff(head);
     if (format == MetafileFormat::Unknown) Invalid(fileName, "is not a Windows metafile (WMF or EMF)", "Metafile.LoadFile");
     const bool wmf = format == MetafileFormat::Wmf;
-    const QByteArray out = RunPictureHelper(wmf ? "kvo-wmf-helper" : "kvo-emf-helper", fileName, stop);
+    const QByteArray out = RunPictureHelper(wmf ? "kvo-wmf-helper" : "kvo-emf-helper", fileName, stop, whole);
     // The EMF helper answers with a recording for EMF+ files, with SVG for the others.
     const bool recorded = out.startsWith(PictureProtocol::kRecordedTag);
     const QByteArray tag(recorded ? PictureProtocol::kRecordedTag : PictureProtocol::kSvgTag);
@@ -85,6 +85,22 @@ std::shared_ptr<DecodedMetafile> DecodeMetafile(const std::string& fileName, con
             Invalid(fileName, error.Description(), "Metafile.LoadFile");
         }
     }
+    return decoded;
+}
+
+}  // namespace
+
+std::shared_ptr<DecodedMetafile> DecodeMetafile(const std::string& fileName, const std::atomic<bool>* stop) {
+    RequireFile(fileName, "Metafile.LoadFile");
+    QFile file(QString::fromLocal8Bit(fileName.c_str()));
+    // The helper reads the file itself: a huge one costs its memory, not ours.
+    const QByteArray head = file.open(QIODevice::ReadOnly) ? file.read(44) : QByteArray();
+    return Decode(fileName, head, nullptr, stop);
+}
+
+std::shared_ptr<DecodedMetafile> DecodeMetafileData(const std::string& name, const QByteArray& bytes) {
+    auto decoded = Decode(name, bytes, &bytes, nullptr);
+    decoded->key = "(in memory) " + name;  // never the key of a file on disk
     return decoded;
 }
 
@@ -136,19 +152,15 @@ Metafile::Held Metafile::DrawHeld(QPainter& painter, const QRect& target) const 
 
 // Qt draws what a cut-off BMP still holds and calls it a success; the header
 // says how long the file must be.
-bool IsTruncatedBmp(const std::string& fileName) {
-    std::ifstream in(fileName, std::ios::binary);
-    QByteArray head(54, '\0');
-    in.read(head.data(), head.size());
-    if (in.gcount() < 54 || head[0] != 'B' || head[1] != 'M') return false;
-    std::error_code ec;
-    const auto size = static_cast<int64_t>(std::filesystem::file_size(fileName, ec));
-    const int64_t declared = static_cast<uint32_t>(IntAt(head, 2));
+bool IsTruncatedBmp(const QByteArray& file) {
+    if (file.size() < 54 || file[0] != 'B' || file[1] != 'M') return false;
+    const int64_t size = file.size();
+    const int64_t declared = static_cast<uint32_t>(IntAt(file, 2));
     if (declared > size) return true;
-    const int64_t offset = static_cast<uint32_t>(IntAt(head, 10));
-    const int64_t width = IntAt(head, 18), height = std::abs(static_cast<int64_t>(IntAt(head, 22)));
-    const int bits = static_cast<unsigned char>(head[28]) | (static_cast<unsigned char>(head[29]) << 8);
-    const int compression = IntAt(head, 30);
+    const int64_t offset = static_cast<uint32_t>(IntAt(file, 10));
+    const int64_t width = IntAt(file, 18), height = std::abs(static_cast<int64_t>(IntAt(file, 22)));
+    const int bits = static_cast<unsigned char>(file[28]) | (static_cast<unsigned char>(file[29]) << 8);
+    const int compression = IntAt(file, 30);
     if (compression != 0 || width <= 0 || bits <= 0) return false;  // compressed sizes are not known in advance
     const int64_t rowBytes = (width * bits + 31) / 32 * 4;
     const int64_t available = size - offset;
@@ -195,18 +207,19 @@ std::string CheckRunLengths(const QByteArray& file) {
 
 void Bitmap::LoadFile(const std::string& fileName) {
     RequireFile(fileName, "Bitmap.LoadFile");
-    if (IsTruncatedBmp(fileName)) Invalid(fileName, "is truncated: it is shorter than its header says", "Bitmap.LoadFile");
-    {
-        QFile file(QString::fromLocal8Bit(fileName.c_str()));
-        if (file.open(QIODevice::ReadOnly)) {
-            const std::string problem = CheckRunLengths(file.readAll());
-            if (!problem.empty()) Invalid(fileName, problem, "Bitmap.LoadFile");
-        }
-    }
-    QImageReader reader(QString::fromLocal8Bit(fileName.c_str()), "BMP");
+    QFile file(QString::fromLocal8Bit(fileName.c_str()));
+    if (!file.open(QIODevice::ReadOnly)) Invalid(fileName, "cannot be opened: " + file.errorString().toStdString(), "Bitmap.LoadFile");
+    LoadData(fileName, file.readAll());
+}
+
+void Bitmap::LoadData(const std::string& name, QByteArray bytes) {
+    if (IsTruncatedBmp(bytes)) Invalid(name, "is truncated: it is shorter than its header says", "Bitmap.LoadFile");
+    if (const std::string problem = CheckRunLengths(bytes); !problem.empty()) Invalid(name, problem, "Bitmap.LoadFile");
+    QBuffer buffer(&bytes);
+    QImageReader reader(&buffer, "BMP");
     reader.setAutoTransform(false);
     QImage image = reader.read();
-    if (image.isNull()) Invalid(fileName, "is not a readable BMP file (" + reader.errorString().toStdString() + ")", "Bitmap.LoadFile");
+    if (image.isNull()) Invalid(name, "is not a readable BMP file (" + reader.errorString().toStdString() + ")", "Bitmap.LoadFile");
     image_ = std::move(image);
 }
 

@@ -27,6 +27,9 @@ struct DecodedMetafile;
 // Decodes a WMF or EMF file in its helper; raises as Metafile::LoadFile does.
 // The helper is ended, and the picture given up, when stop turns true.
 std::shared_ptr<DecodedMetafile> DecodeMetafile(const std::string& fileName, const std::atomic<bool>* stop = nullptr);
+// The same for a file's bytes held in memory (a picture inside a package); name
+// stands for the file in errors.
+std::shared_ptr<DecodedMetafile> DecodeMetafileData(const std::string& name, const QByteArray& bytes);
 
 // The size in device pixels of a picture drawn in this rectangle.
 QSize DeviceSize(const QTransform& transform, const QRect& target);
@@ -55,6 +58,8 @@ private:
 class Bitmap final : public Picture {
 public:
     void LoadFile(const std::string& fileName) override;
+    // A file's bytes held in memory; name stands for the file in errors.
+    void LoadData(const std::string& name, QByteArray bytes);
     int Width() const override { return image_.width(); }
     int Height() const override { return image_.height(); }
     void Draw(QPainter& painter, int x, int y) const;

@@ -43,9 +43,12 @@ constexpr bool kLimitAddressSpace = true;
 
 }  // namespace
 
-QByteArray RunPictureHelper(const std::string& helperName, const std::string& fileName, const std::atomic<bool>* stop) {
-    const std::string helper = JoinPath(ExecutableDirectory(), helperName);
-    if (!FileExists(helper)) Fail(fileName, "cannot be read: " + helperName + " is not installed beside the program");
+QByteArray RunPictureHelper(const std::string& helperName, const std::string& fileName, const std::atomic<bool>* stop,
+                            const QByteArray* bytes) {
+    // Beside the program in a build tree, in libexec when installed.
+    std::string helper = JoinPath(ExecutableDirectory(), helperName);
+    if (!FileExists(helper)) helper = JoinPath(ExecutableDirectory(), "../libexec/kvoeditor/" + helperName);
+    if (!FileExists(helper)) Fail(fileName, "cannot be read: " + helperName + " is not installed with the program");
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("QT_QPA_PLATFORM", "offscreen");
@@ -56,8 +59,12 @@ QByteArray RunPictureHelper(const std::string& helperName, const std::string& fi
         setrlimit(RLIMIT_CPU, &cpu);
         if (kLimitAddressSpace) setrlimit(RLIMIT_AS, &memory);
     });
-    process.start(QString::fromStdString(helper), {QString::fromLocal8Bit(fileName.c_str())});
+    process.start(QString::fromStdString(helper), {bytes != nullptr ? QString("-") : QString::fromLocal8Bit(fileName.c_str())});
     if (!process.waitForStarted()) Fail(fileName, "cannot be read: " + helperName + " did not start");
+    if (bytes != nullptr) {
+        process.write(*bytes);  // written while the answer is read below
+        process.closeWriteChannel();
+    }
     // Taken as it comes, so that an answer past the limit is refused before
     // the editor holds it whole.
     QElapsedTimer clock;

@@ -103,15 +103,15 @@ void SlideView::ClearPicture() {
     host_.Refresh();
 }
 
-void SlideView::LoadPicture() {
-    OpenPicture(true);
+void SlideView::LoadPicture(const QByteArray* bytes) {
+    OpenPicture(true, bytes);
     if (metafile_) {
         const QRect picture = ToPixels(PictureRect());
         if (!picture.isEmpty()) PictureCache::Shared().Raster(metafile_->Decoded(), DeviceSize(QTransform(), picture));
     }
 }
 
-void SlideView::OpenPicture(bool wait) {
+void SlideView::OpenPicture(bool wait, const QByteArray* bytes) {
     reload_ = false;
     pictureLoading_ = false;
     metafile_.reset();
@@ -121,14 +121,19 @@ void SlideView::OpenPicture(bool wait) {
     try {
         switch (PictureKindForName(fileName)) {
             case PictureKind::Metafile:
-                if (auto decoded = wait ? loader_->Wait(fileName) : loader_->Find(fileName))
+                if (bytes != nullptr)
+                    metafile_ = std::make_unique<Metafile>(DecodeMetafileData(fileName, *bytes));
+                else if (auto decoded = wait ? loader_->Wait(fileName) : loader_->Find(fileName))
                     metafile_ = std::make_unique<Metafile>(std::move(decoded));
                 else
                     pictureLoading_ = true;
                 break;
             case PictureKind::Bitmap: {
                 auto bitmap = std::make_unique<Bitmap>();
-                bitmap->LoadFile(fileName);
+                if (bytes != nullptr)
+                    bitmap->LoadData(fileName, *bytes);
+                else
+                    bitmap->LoadFile(fileName);
                 bitmap_ = std::move(bitmap);
                 break;
             }

@@ -51,8 +51,9 @@ public:
     void ReloadPicture();
     void ClearPicture();
     // Loads the slide's picture, and draws it at the size shown, waiting for
-    // both; raises the picture's own error when it cannot.
-    void LoadPicture();
+    // both; raises the picture's own error when it cannot. Given bytes, they
+    // stand for the picture's file.
+    void LoadPicture(const QByteArray* bytes = nullptr);
     // Has the pictures of the show decoded in the background, the current
     // slide's and its neighbours' first (and drawn at the size shown), then
     // the rest from the nearest on. current is 1-based.
@@ -126,8 +127,8 @@ private:
     void RemoveViews();
     QRect ToPixels(const QRect& twips) const;
     // The slide's picture, decoded here when wait is set, else asked of the
-    // loader; raises its error.
-    void OpenPicture(bool wait);
+    // loader, or from bytes that stand for its file; raises its error.
+    void OpenPicture(bool wait, const QByteArray* bytes = nullptr);
     void PictureDone(const std::string& fileName);
     void DrawLoading(QPainter& painter, const QRect& picture) const;
     // Device pixels of the slide's picture if it is a metafile.
