@@ -1,4 +1,4 @@
-// kvoeditor [SHOW]: the slide show editor.
+// kvoeditor [SHOW|PACKAGE]: the slide show editor; a package is imported.
 // kvoeditor --station [FOLDER] SHOW: the operator display, watching FOLDER
 // (without it, the folder kept from the last time) for results.
 #include <QtCore/QTimer>
@@ -107,7 +107,7 @@ int main(int argc, char** argv) {
     if (!problem.empty())
         kvo::CurrentPrompt().Message(kvo::FormatResString(kvo::Str::StartupErrorMessage, {problem}),
                                      kvo::LoadResString(kvo::Str::AppTitle), kvo::MessageKind::Exclamation);
-    if (argc > 1) window.OpenDocument(argv[1]);
+    if (argc > 1) window.OpenGiven(argv[1]);
     window.OfferRecovery();  // work a killed editor left behind
     QuitAfterFirstPaint quitter;
     if (std::getenv("KVO_QUIT_AFTER_FIRST_PAINT") != nullptr) window.Host().installEventFilter(&quitter);

@@ -1351,10 +1351,17 @@ void FormMain::OpenDropped(const QString& file) {
             UpdateStatus();
             UpdateEnabling();
             break;
-        case DropKind::SlideShow: OpenDocument(file.toStdString()); break;
-        case DropKind::Package: ImportPackage(file.toStdString()); break;
+        case DropKind::SlideShow:
+        case DropKind::Package: OpenGiven(file.toStdString()); break;
         case DropKind::None: break;
     }
+}
+
+void FormMain::OpenGiven(const std::string& fileName) {
+    if (KindOfDrop(QString::fromStdString(fileName)) == DropKind::Package)
+        ImportPackage(fileName);
+    else
+        OpenDocument(fileName);
 }
 
 }  // namespace kvo

@@ -48,6 +48,8 @@ public:
     void FileOpen();
     // Opens this file, after asking to save the current document.
     bool OpenDocument(const std::string& fileName);
+    // What the desktop hands the editor: a show is opened, a package imported.
+    void OpenGiven(const std::string& fileName);
     void FileSave();
     void FileSaveAs();
     void FileSaveBinary();
