@@ -1,7 +1,8 @@
 #pragma once
 
 // Writes small enhanced metafiles of EMF+ records for the tests and the fuzzer's
-// seeds: a frame of 192 x 96 pixels at 96 dpi, one EMF+ record per comment.
+// seeds: a frame of 192 x 96 pixels at 96 dpi (or as many at another device
+// resolution), one EMF+ record per comment.
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
@@ -23,7 +24,9 @@ inline uint32_t Shorts(int first, int second) {
 class EmfPlusFile {
 public:
     // dual: the EMF+ header says the old-style records draw the same picture.
-    explicit EmfPlusFile(bool dual = false) { Plus(0x4001, dual ? 1 : 0, {0xDBC01002, 1, 96, 96}); }
+    explicit EmfPlusFile(bool dual = false, uint32_t dpi = 96) : dpi_(dpi) {
+        Plus(0x4001, dual ? 1 : 0, {0xDBC01002, 1, dpi, dpi});
+    }
 
     EmfPlusFile& Plus(uint16_t type, uint16_t flags, std::initializer_list<uint32_t> data) {
         std::string record;
@@ -63,7 +66,7 @@ public:
                               0u, 0u, 5080u, 2540u,                 // frame in 0.01 mm
                               0x464D4520u, 0x10000u,                // " EMF", version
                               static_cast<uint32_t>(kHeaderSize + body.size()), 0u, 0u, 0u, 0u, 0u,
-                              960u, 960u, 254u, 254u,  // the device: 96 dpi
+                              dpi_ * 10, dpi_ * 10, 254u, 254u,  // the device: 10 inches
                               0u, 0u, 0u, 254000u, 254000u})
             Put(file, word);
         return file + body;
@@ -76,6 +79,7 @@ private:
         for (int i = 0; i < 4; ++i) out.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
     }
 
+    uint32_t dpi_;
     std::string records_;
 };
 

@@ -168,7 +168,8 @@ std::string ConvertEmfPlus(const std::vector<char>& bytes, std::size_t headerSiz
     const int recordedWidth = std::max(1, static_cast<int>(std::lround(width * scale)));
     const int recordedHeight = std::max(1, static_cast<int>(std::lround(height * scale)));
     QPicture picture;
-    if (std::string error = kvo::PlayEmfPlus(bytes, headerSize, EmfPlusFrame(bytes), recordedWidth, recordedHeight, picture);
+    if (std::string error = kvo::PlayEmfPlus(bytes, headerSize, EmfPlusFrame(bytes), static_cast<double>(width), recordedWidth,
+                                                   recordedHeight, picture);
         !error.empty())
         return error;
     out = kvo::PictureProtocol::kRecordedTag;

@@ -566,12 +566,12 @@ std::string Damaged(const std::string& what, std::size_t at) { return "is damage
 
 class Player {
 public:
-    Player(QPainter& painter, const QRectF& frame, int recordedWidth, int recordedHeight)
+    Player(QPainter& painter, const QRectF& frame, double pixel, int recordedWidth, int recordedHeight)
         : painter_(painter),
           device_(QTransform::fromTranslate(-frame.x(), -frame.y()) *
                   QTransform::fromScale(recordedWidth / frame.width(), recordedHeight / frame.height())),
           everywhere_(0, 0, recordedWidth, recordedHeight),
-          pixel_(recordedWidth / frame.width()) {
+          pixel_(pixel) {
         ApplyClip();
     }
 
@@ -954,7 +954,7 @@ private:
         if (!(scale > 0)) return;
         double width = pen->unit == 0 ? pen->width : pen->width * UnitFactor(pen->unit, false) / PageFactor(false);
         QPen qpen = pen->pen;
-        // Thinner than a pixel of the device it was made for is the thinnest line wherever it is shown.
+        // Thinner than a pixel of the screen is the thinnest line wherever it is shown, as on Windows.
         qpen.setWidthF(width * scale < pixel_ ? 0 : width);
         qpen.setBrush(pen->brush.brush);
         painter_.setTransform(Transform());
@@ -1135,7 +1135,7 @@ private:
     QPainter& painter_;
     const QTransform device_;
     const QRectF everywhere_;
-    const double pixel_;  // recorded pixels per device pixel
+    const double pixel_;  // recorded pixels per pixel of the picture on a screen
     double dpiX_ = 96, dpiY_ = 96;
     bool display_ = true;
     State state_;
@@ -1179,12 +1179,12 @@ EmfPlusSurvey SurveyEmfPlus(const std::vector<char>& bytes, std::size_t headerSi
     return survey;
 }
 
-std::string PlayEmfPlus(const std::vector<char>& bytes, std::size_t headerSize, const QRectF& frame, int recordedWidth,
-                        int recordedHeight, QPicture& picture) {
-    if (!(frame.width() > 0) || !(frame.height() > 0)) return "has no usable size in its header";
+std::string PlayEmfPlus(const std::vector<char>& bytes, std::size_t headerSize, const QRectF& frame, double naturalWidth,
+                        int recordedWidth, int recordedHeight, QPicture& picture) {
+    if (!(frame.width() > 0) || !(frame.height() > 0) || !(naturalWidth > 0)) return "has no usable size in its header";
     QPainter painter(&picture);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform);
-    Player player(painter, frame, recordedWidth, recordedHeight);
+    Player player(painter, frame, recordedWidth / naturalWidth, recordedWidth, recordedHeight);
     long long records = 0;
     for (std::size_t at = headerSize; at + 8 <= bytes.size();) {
         const uint32_t type = U32At(bytes, at), size = U32At(bytes, at + 4);

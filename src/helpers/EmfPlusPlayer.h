@@ -20,9 +20,10 @@ EmfPlusSurvey SurveyEmfPlus(const std::vector<char>& bytes, std::size_t headerSi
 
 // Plays the EMF+ records of a metafile whose lengths were checked record by
 // record, skipping the old-style records between them. The frame is in EMF+
-// device pixels; it is recorded as recordedWidth x recordedHeight. Returns
-// what is wrong with the file, or an empty text. Needs a QGuiApplication.
-std::string PlayEmfPlus(const std::vector<char>& bytes, std::size_t headerSize, const QRectF& frame, int recordedWidth,
-                        int recordedHeight, QPicture& picture);
+// device pixels; it is recorded as recordedWidth x recordedHeight, the
+// picture being naturalWidth pixels wide on a screen. Returns what is wrong
+// with the file, or an empty text. Needs a QGuiApplication.
+std::string PlayEmfPlus(const std::vector<char>& bytes, std::size_t headerSize, const QRectF& frame, double naturalWidth,
+                        int recordedWidth, int recordedHeight, QPicture& picture);
 
 }  // namespace kvo

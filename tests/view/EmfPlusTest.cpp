@@ -87,6 +87,20 @@ TEST_F(EmfPlusTest, ShapesBrushesAndPensDrawWhereTheRecordsSay) {
     EXPECT_GT(right.blue(), right.red()) << "and ends blue";
 }
 
+// Written for a 1200 dpi printer: a pen one device pixel wide is still a line
+// on a screen, as Windows shows it.
+TEST_F(EmfPlusTest, HairlinesOfAFineDeviceShowOnAScreen) {
+    constexpr uint32_t kRedPen = 0x0201;
+    EmfPlusFile file(false, 1200);
+    file.Plus(0x4008, kRedPen, {0xDBC01002, 0, 0, 0, Float(1), 0xDBC01002, 0, kRed})
+        .Plus(0x400D, 0x0001, {2, Float(0), Float(300), Float(2400), Float(300)});  // across, a quarter down
+    const QImage image = Drawn(file);
+    ASSERT_FALSE(image.isNull());
+    int reddest = 255;
+    for (int y = 40; y < 56; ++y) reddest = std::min(reddest, QColor(image.pixel(100, y)).green());
+    EXPECT_LT(reddest, 160) << "the hairline is a line, not a trace of one";
+}
+
 TEST_F(EmfPlusTest, TransformsClippingAndSaveRestore) {
     EmfPlusFile file;
     file.Plus(0x4025, 0, {7})                                                          // Save
