@@ -88,9 +88,12 @@ void IconView::PaintTagLine(QPainter& painter) {
 }
 
 void IconView::Paint(QPainter& painter) {
-    if (paintedVersion_ != icon_.Version() || box_.isNull()) {
+    // Kept at the device's pixels, so that a zoomed box stays sharp.
+    const qreal scale = std::max<qreal>(painter.transform().m11(), 0.01);
+    if (paintedVersion_ != icon_.Version() || box_.isNull() || box_.devicePixelRatio() != scale) {
         LayOut();  // a new name or new cells may need another size
-        box_ = QImage(layout_.size, QImage::Format_ARGB32_Premultiplied);
+        box_ = QImage((QSizeF(layout_.size) * scale).toSize().expandedTo(QSize(1, 1)), QImage::Format_ARGB32_Premultiplied);
+        box_.setDevicePixelRatio(scale);
         QPainter boxPainter(&box_);
         PaintBox(boxPainter);
         paintedVersion_ = icon_.Version();
@@ -163,7 +166,7 @@ bool IconView::TagHitTest(int32_t x, int32_t y) const {
            std::abs(y - end.y()) <= kLeaderHitPixels * slideView_.TwipsPerPixelY();
 }
 
-std::vector<QRect> IconView::FrameFeedback(const QRect& box) const {
+std::vector<QRect> IconView::FrameFeedback(const QRect& box) {
     const int x = box.x(), y = box.y(), w = box.width(), h = box.height(), t = kFeedbackThickness;
     return {QRect(x, y, t, h), QRect(x + t, y, w - 2 * t, t), QRect(x + w - t, y, t, h), QRect(x + t, y + h - t, w - 2 * t, t)};
 }

@@ -101,8 +101,13 @@ struct RenderedSlide {
     std::string pictureProblem;  // why the picture is missing from the image; empty when it is not
 };
 
+// Whether an image drawn beside the screen may take the metafile rasters the
+// screen keeps (one size per picture), or plays a metafile itself when the
+// raster held is of another size.
+enum class Rasters { Shared, LeftToScreen };
+
 // One slide as the editor shows it on a host of this many pixels, its picture
 // waited for.
-RenderedSlide RenderSlide(Slide& slide, int widthPixels, int heightPixels);
+RenderedSlide RenderSlide(Slide& slide, int widthPixels, int heightPixels, Rasters rasters = Rasters::Shared);
 
 }  // namespace kvo
