@@ -1185,7 +1185,7 @@ void FormMain::SetZoom(double zoom, std::optional<QPoint> anchor) {
     // The point of the slide under the pointer, or in the middle of what is seen, stays there.
     const QPoint seen = anchor ? picMain_->mapTo(scroller_->viewport(), *anchor)
                                : QPoint(scroller_->viewport()->width() / 2, scroller_->viewport()->height() / 2);
-    const QPointF slidePoint = QPointF(scroller_->viewport()->mapTo(picMain_, seen)) / before;
+    const QPointF slidePoint = QPointF(picMain_->mapFrom(scroller_->viewport(), seen)) / before;
     zoom_ = zoom;
     LayOutSlide();
     const QPoint now = (slidePoint * picMain_->Zoom()).toPoint();

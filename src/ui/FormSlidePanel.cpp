@@ -35,9 +35,14 @@ class SlideList final : public QListWidget {
 public:
     explicit SlideList(FormSlidePanel& panel) : QListWidget(&panel), panel_(panel) {
         setObjectName("lstSlides");
-        setViewMode(QListView::ListMode);
+        // The number and name below each picture.
+        setViewMode(QListView::IconMode);
         setFlow(QListView::TopToBottom);
+        setWrapping(false);
+        setResizeMode(QListView::Adjust);
+        setWordWrap(true);
         setMovement(QListView::Static);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         setSelectionMode(QAbstractItemView::SingleSelection);
         setDragEnabled(false);
         setUniformItemSizes(true);

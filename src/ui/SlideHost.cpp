@@ -118,6 +118,7 @@ SlideHost::SlideHost(QWidget* parent) : QWidget(parent), feedbackLayer_(new Feed
     setObjectName("picMain");
     setFocusPolicy(Qt::StrongFocus);
     setAutoFillBackground(true);
+    setBackgroundRole(QPalette::Window);  // the slide's colour, not that of the area around it
     setMouseTracking(true);
     SetBackColor(QColor(0xC4, 0xC4, 0xC4));
 }

@@ -89,16 +89,21 @@ void IconView::PaintTagLine(QPainter& painter) {
 
 void IconView::Paint(QPainter& painter) {
     // Kept at the device's pixels, so that a zoomed box stays sharp.
-    const qreal scale = std::max<qreal>(painter.transform().m11(), 0.01);
-    if (paintedVersion_ != icon_.Version() || box_.isNull() || box_.devicePixelRatio() != scale) {
+    const QTransform transform = painter.transform();
+    const qreal scale = std::max<qreal>(transform.m11(), 0.01);
+    if (paintedVersion_ != icon_.Version() || box_.isNull() || paintedScale_ != scale) {
         LayOut();  // a new name or new cells may need another size
         box_ = QImage((QSizeF(layout_.size) * scale).toSize().expandedTo(QSize(1, 1)), QImage::Format_ARGB32_Premultiplied);
-        box_.setDevicePixelRatio(scale);
         QPainter boxPainter(&box_);
+        boxPainter.scale(scale, scale);
         PaintBox(boxPainter);
         paintedVersion_ = icon_.Version();
+        paintedScale_ = scale;
     }
+    painter.save();
+    painter.setTransform(QTransform::fromTranslate(transform.dx(), transform.dy()));
     painter.drawImage(QPoint(0, 0), box_);
+    painter.restore();
 }
 
 void IconView::PaintBox(QPainter& painter) {

@@ -100,6 +100,7 @@ private:
     // The box as last painted; painted again only when the icon changed.
     QImage box_;
     int32_t paintedVersion_ = -1;
+    qreal paintedScale_ = 1.0;
     bool iconDrag_ = false;
     bool leaderDrag_ = false;
     bool moved_ = false;
