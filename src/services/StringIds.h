@@ -389,7 +389,8 @@ namespace kvo::Str {
     X(StepDuplicateSlide, 31921)          \
     X(StepMoveSlide, 31922)               \
     X(SlidePanelEntry, 31923)             \
-    X(SlidePanelDisabled, 31924)
+    X(SlidePanelDisabled, 31924)          \
+    X(StationSizesInvalid, 31925)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

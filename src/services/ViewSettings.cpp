@@ -4,7 +4,10 @@
 
 #include "Convert.h"
 #include "Error.h"
+#include "Language.h"
 #include "RegEntry.h"
+#include "StringIds.h"
+#include "Text.h"
 
 namespace kvo {
 
@@ -15,12 +18,6 @@ constexpr const char* kSnapValue = "SnapToGrid";
 constexpr const char* kGridValue = "GridSize";
 constexpr const char* kSizesValue = "StationSizes";
 
-std::string Trimmed(const std::string& text) {
-    const auto first = text.find_first_not_of(" \t");
-    if (first == std::string::npos) return {};
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
-
 }  // namespace
 
 std::vector<ScreenSize> ViewSettings::DefaultStationSizes() {
@@ -28,25 +25,22 @@ std::vector<ScreenSize> ViewSettings::DefaultStationSizes() {
 }
 
 std::vector<ScreenSize> ParseScreenSizes(const std::string& text, const std::string& field) {
-    if (Trimmed(text).empty()) return ViewSettings::DefaultStationSizes();
+    if (Trim(text).empty()) return ViewSettings::DefaultStationSizes();
     std::vector<ScreenSize> sizes;
     std::size_t start = 0;
     while (start <= text.size()) {
         const std::size_t end = std::min(text.find(';', start), text.size());
-        const std::string entry = Trimmed(text.substr(start, end - start));
+        const std::string entry(Trim(std::string_view(text).substr(start, end - start)));
         start = end + 1;
         if (entry.empty()) continue;  // "640x480;" or a doubled separator
         const auto bad = [&] {
             return Error(ErrorNumber::TypeMismatch, "ViewSettings.StationSizes",
-                         field + ": \"" + entry + "\" is not a screen size such as 1024x768 between " +
-                             std::to_string(ViewSettings::kSmallestScreen.width) + "x" +
-                             std::to_string(ViewSettings::kSmallestScreen.height) + " and " +
-                             std::to_string(ViewSettings::kLargestScreen.width) + "x" +
-                             std::to_string(ViewSettings::kLargestScreen.height));
+                         FormatResString(Str::StationSizesInvalid, {field, entry, ScreenSizesText({ViewSettings::kSmallestScreen}),
+                                                                    ScreenSizesText({ViewSettings::kLargestScreen})}));
         };
         const auto cross = entry.find_first_of("xX");
         if (cross == std::string::npos) throw bad();
-        const std::string width = Trimmed(entry.substr(0, cross)), height = Trimmed(entry.substr(cross + 1));
+        const std::string width(Trim(std::string_view(entry).substr(0, cross))), height(Trim(std::string_view(entry).substr(cross + 1)));
         const auto digits = [](const std::string& part) {
             return !part.empty() && part.size() < 6 && std::all_of(part.begin(), part.end(), [](char c) { return c >= '0' && c <= '9'; });
         };
