@@ -82,6 +82,10 @@ Slide& SlideCollection::Add(std::optional<int32_t> index) {
     return InsertAt(static_cast<std::size_t>(*index), NewSlide());
 }
 
+Slide& SlideCollection::Duplicate(int32_t index) {
+    return InsertAt(static_cast<std::size_t>(index), std::make_unique<Slide>(Item(index)));
+}
+
 Slide& SlideCollection::Insert(std::optional<int32_t> index) {
     if (!index) return InsertAt(slides_.size(), NewSlide());
     CheckPosition(*index, slides_.size(), "SlideCollection.Insert");

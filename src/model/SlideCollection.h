@@ -34,6 +34,8 @@ public:
     Slide& Add(std::optional<int32_t> index = std::nullopt);
     // The same, before index (at the end without one).
     Slide& Insert(std::optional<int32_t> index = std::nullopt);
+    // A copy of the slide at index, icons and all, just after it; error 9 outside 1..Count.
+    Slide& Duplicate(int32_t index);
     // Moves the slide one place towards the front; returns index - 1.
     int32_t MoveUp(int32_t index);
     // Moves the slide one place towards the end; returns index + 1.

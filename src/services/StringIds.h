@@ -374,7 +374,23 @@ namespace kvo::Str {
     X(MenuSlideEnabled, 31886)           \
     X(StepEnableSlide, 31887)            \
     X(StepDisableSlide, 31888)           \
-    X(SlideStatusDisabled, 31889)
+    X(SlideStatusDisabled, 31889)         \
+    X(MenuZoomIn, 31910)                  \
+    X(MenuZoomOut, 31911)                 \
+    X(MenuZoomFit, 31912)                 \
+    X(MenuZoomActual, 31913)              \
+    X(MenuStationSize, 31914)             \
+    X(MenuStationWindow, 31915)           \
+    X(StatusZoom, 31916)                  \
+    X(StatusZoomStation, 31917)           \
+    X(MenuSlidePanel, 31918)              \
+    X(SlidePanelTitle, 31919)             \
+    X(MenuSlideDuplicate, 31920)          \
+    X(StepDuplicateSlide, 31921)          \
+    X(StepMoveSlide, 31922)               \
+    X(SlidePanelEntry, 31923)             \
+    X(SlidePanelDisabled, 31924)          \
+    X(StationSizesInvalid, 31925)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

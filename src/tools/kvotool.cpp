@@ -522,7 +522,7 @@ int Thumbnail(const Args& args) {
     if (package && !slide->PictureFile().empty()) {
         if (auto bytes = kvo::ReadPackagedFile(input, slide->PictureFile())) picture = QByteArray::fromStdString(*bytes);
     }
-    const kvo::RenderedSlide rendered = kvo::RenderSlide(*slide, 800, 600, picture ? &*picture : nullptr);
+    const kvo::RenderedSlide rendered = kvo::RenderSlide(*slide, 800, 600, kvo::Rasters::Shared, picture ? &*picture : nullptr);
     const QImage thumbnail = rendered.image.scaled(size, size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     if (!thumbnail.save(QString::fromLocal8Bit(args[1].c_str()), "PNG")) {
         std::cerr << "kvotool: cannot write " << args[1] << '\n';

@@ -24,11 +24,13 @@
 #include <QtPrintSupport/QPrintDialog>
 #include <QtPrintSupport/QPrinter>
 #include <QtGui/QCursor>
+#include <QtGui/QActionGroup>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QMenuBar>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QScrollArea>
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QStatusBar>
 
@@ -42,6 +44,7 @@
 #include "FormStation.h"
 #include "FormProperties.h"
 #include "FormResultsIcons.h"
+#include "FormSlidePanel.h"
 #include "LanguageFont.h"
 #include "SlideHost.h"
 #include "model/ExportPackage.h"
@@ -76,8 +79,9 @@ constexpr int kScrollPanelWidth = 220;
 constexpr const char* kIconsMimeType = "application/x-kvoeditor-icons";
 // How far pasted copies land from their originals, thousandths of the slide.
 constexpr int32_t kPasteOffset = 20;
-constexpr int32_t kMinGridSize = 2;
-constexpr int32_t kMaxGridSize = 200;
+// The zoom's steps; the largest keeps a zoomed slide within what a raster may hold.
+constexpr double kZoomSteps[] = {0.25, 1.0 / 3, 0.5, 2.0 / 3, 0.75, 1.0, 1.25, 1.5, 2.0, 3.0, 4.0};
+constexpr int kLargestZoomedSide = 8192;
 
 std::string S(int32_t id) { return LoadResString(id); }
 
@@ -117,6 +121,9 @@ FormMain::FormMain() {
     connect(session_, &DocumentSession::documentChanged, this, [this] { ShowDocument(); });
     connect(session_, &DocumentSession::stateChanged, this, [this] { UpdateCaption(); });
     connect(session_, &DocumentSession::recentChanged, this, [this] { UpdateRecentMenu(); });
+    std::string settingsProblem;
+    viewSettings_ = ReadViewSettings(&settingsProblem);
+    if (!settingsProblem.empty()) CurrentPrompt().Message(settingsProblem, S(Str::AppTitle), MessageKind::Exclamation);
     BuildControls();
     connect(session_, &DocumentSession::recoveryFailed, statusText_, &QLabel::setText);
     BuildMenus();
@@ -141,7 +148,27 @@ FormMain::~FormMain() {
 void FormMain::BuildControls() {
     central_ = new QWidget(this);
     setCentralWidget(central_);
-    picMain_ = new SlideHost(central_);
+    central_->installEventFilter(this);
+
+    slidePanel_ = new FormSlidePanel(this);
+    addDockWidget(Qt::LeftDockWidgetArea, slidePanel_);
+    connect(slidePanel_, &FormSlidePanel::slideChosen, this, [this](int number) { ShowSlide(number); });
+    connect(slidePanel_, &FormSlidePanel::moveRequested, this,
+            [this](int from, int to) { picMain_->Guarded([&] { MoveSlide(from, to); }); });
+    connect(&session_->UndoStack(), &QUndoStack::indexChanged, this, [this] { UpdateSlidePanel(); });
+    // The slide keeps its size when zoomed beyond the window, and is scrolled.
+    scroller_ = new QScrollArea(central_);
+    scroller_->setObjectName("scrMain");
+    scroller_->setFrameShape(QFrame::NoFrame);
+    scroller_->setAlignment(Qt::AlignCenter);
+    scroller_->setBackgroundRole(QPalette::Dark);
+    picMain_ = new SlideHost(nullptr);
+    scroller_->setWidget(picMain_);
+    // Room for the slide however narrow the window: the main window's layout
+    // leaves a central area that has none where it was.
+    central_->setMinimumSize(static_cast<int>(std::lround(kMinimumWidthTwips / picMain_->TwipsPerPixelX())),
+                             static_cast<int>(std::lround(kMinimumHeightTwips / picMain_->TwipsPerPixelY())));
+    connect(picMain_, &SlideHost::zoomWheel, this, [this](int steps, const QPoint& pixel) { ZoomBy(steps, pixel); });
     sbMain_ = new QStatusBar(central_);
     sbMain_->setObjectName("sbMain");
     sbMain_->setSizeGripEnabled(false);
@@ -154,6 +181,9 @@ void FormMain::BuildControls() {
     stateText_->setAutoFillBackground(true);
     stateText_->hide();
     sbMain_->addPermanentWidget(stateText_);
+    zoomText_ = new QLabel(sbMain_);
+    zoomText_->setObjectName("sbMainZoom");
+    sbMain_->addPermanentWidget(zoomText_);
     scrollPanel_ = new QWidget(sbMain_);
     scrollPanel_->setObjectName("scroll");
     scrollPanel_->setFixedWidth(kScrollPanelWidth);
@@ -273,6 +303,14 @@ void FormMain::BuildMenus() {
     slideEnabled_ = action(slide, "mnuSlideEnabled", Str::MenuSlideEnabled, &FormMain::SlideEnabled);
     slideEnabled_->setCheckable(true);
     needSlide_ << slideEnabled_;
+    QAction* duplicateSlide =
+        action(slide, "mnuSlideDuplicate", Str::MenuSlideDuplicate, &FormMain::SlideDuplicate, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_D));
+    needSlide_ << duplicateSlide;
+    // The panel's right-click offers them for the slide it was made on, which it shows first.
+    auto* separator = new QAction(this);
+    separator->setSeparator(true);
+    slidePanel_->SetMenuActions({findChild<QAction*>("mnuSlideAdd"), findChild<QAction*>("mnuSlideInsert"), duplicateSlide,
+                                 slideRemove_, separator, slideEnabled_, findChild<QAction*>("mnuSlideTitle")});
 
     QMenu* back = menuBar()->addMenu(Caption(Str::MenuBack));
     back->setObjectName("mnuBack");
@@ -330,9 +368,40 @@ void FormMain::BuildMenus() {
     needDocument_ << action(view, "mnuScreenPreview", Str::MenuScreenPreview, &FormMain::ScreenPreview, QKeySequence(Qt::Key_F5));
     needDocument_ << action(view, "mnuScreenStation", Str::MenuStationMode, &FormMain::ScreenStation);
     view->addSeparator();
+    QAction* panel = slidePanel_->toggleViewAction();
+    panel->setObjectName("mnuSlidePanel");
+    panel->setText(Caption(Str::MenuSlidePanel));
+    panel->setShortcut(QKeySequence(Qt::Key_F9));
+    view->addAction(panel);
+    view->addSeparator();
     snapAction_ = action(view, "mnuSnapToGrid", Str::MenuSnapToGrid, &FormMain::ViewSnapToGrid, QKeySequence(Qt::CTRL | Qt::Key_G));
     snapAction_->setCheckable(true);
+    snapAction_->setChecked(viewSettings_.snapToGrid);
     action(view, "mnuGridSize", Str::MenuGridSize, &FormMain::ViewGridSize);
+    view->addSeparator();
+    // Ctrl+= as well: plus lies on the same key on many keyboards.
+    action(view, "mnuZoomIn", Str::MenuZoomIn, &FormMain::ViewZoomIn, QKeySequence::ZoomIn)
+        ->setShortcuts({QKeySequence::keyBindings(QKeySequence::ZoomIn).value(0), QKeySequence(Qt::CTRL | Qt::Key_Equal)});
+    action(view, "mnuZoomOut", Str::MenuZoomOut, &FormMain::ViewZoomOut, QKeySequence::ZoomOut);
+    action(view, "mnuZoomFit", Str::MenuZoomFit, &FormMain::ViewZoomFit, QKeySequence(Qt::CTRL | Qt::Key_0));
+    action(view, "mnuZoomActual", Str::MenuZoomActual, &FormMain::ViewActualSize, QKeySequence(Qt::CTRL | Qt::Key_1));
+    QMenu* station = view->addMenu(Caption(Str::MenuStationSize));
+    station->setObjectName("mnuStationSize");
+    auto* stations = new QActionGroup(this);
+    const auto stationAction = [&](const QString& caption, const QString& name, std::optional<ScreenSize> size) {
+        QAction* item = station->addAction(caption);
+        item->setObjectName(name);
+        connect(item, &QAction::triggered, this, [this, size] { SetStationSize(size); });
+        item->setCheckable(true);
+        item->setActionGroup(stations);
+        stationActions_ << item;
+    };
+    stationAction(Caption(Str::MenuStationWindow), "mnuStationWindow", std::nullopt);
+    station->addSeparator();
+    for (const ScreenSize& size : viewSettings_.stationSizes)
+        stationAction(QStringLiteral("%1 \u00D7 %2").arg(size.width).arg(size.height),
+                      QStringLiteral("mnuStation%1x%2").arg(size.width).arg(size.height), size);
+    stationActions_.front()->setChecked(true);
 
     QMenu* help = menuBar()->addMenu(Caption(Str::MenuHelp));
     help->setObjectName("mnuHelp");
@@ -399,6 +468,7 @@ void FormMain::ShowNoSlide() {
     UpdateSlideRange();
     UpdateStatus();
     UpdateEnabling();
+    UpdateSlidePanel();
 }
 
 void FormMain::SignalIcon(IconView& view) {
@@ -496,6 +566,7 @@ void FormMain::ShowDocument() {
     if (Document()->Slides().Count() > 0) ShowSlide(1);
     UpdateStatus();
     UpdateEnabling();
+    UpdateSlidePanel();
 }
 
 void FormMain::ShowSlide(int number, bool force) {
@@ -508,6 +579,11 @@ void FormMain::ShowSlide(int number, bool force) {
     UpdateSlideRange();
     UpdateStatus();
     UpdateEnabling();
+    UpdateSlidePanel();
+}
+
+void FormMain::UpdateSlidePanel() {
+    slidePanel_->ShowSlides(Document() ? &Document()->Slides() : nullptr, currentSlide_, picMain_->LogicalSize());
 }
 
 void FormMain::SlideFirst() { ShowSlide(1); }
@@ -584,6 +660,26 @@ void FormMain::SlideEnabled() {
          [slide, enable] { slide->SetEnabled(enable); });
     UpdateStatus();
     UpdateEnabling();
+}
+
+void FormMain::SlideDuplicate() {
+    if (Current() == nullptr) return;
+    Edit(Step(Str::StepDuplicateSlide, currentSlide_), 0, [this] {
+        Document()->Slides().Duplicate(currentSlide_);
+        ShowSlide(currentSlide_ + 1, true);
+    });
+}
+
+void FormMain::MoveSlide(int from, int to) {
+    const int count = Document() ? Document()->Slides().Count() : 0;
+    if (from < 1 || from > count || to < 1 || to > count || from == to) return;
+    Edit(Q(FormatResString(Str::StepMoveSlide, {from, to})), 0, [&] {
+        SlideCollection& slides = Document()->Slides();
+        int at = from;
+        while (at < to) at = slides.MoveDown(at);
+        while (at > to) at = slides.MoveUp(at);
+        ShowSlide(at, true);
+    });
 }
 
 void FormMain::SlideHelpTopic() {
@@ -885,6 +981,7 @@ void FormMain::ClearWindow() {
     picMain_->update();
     UpdateSlideRange();
     UpdateEnabling();
+    UpdateSlidePanel();
 }
 
 void FormMain::FileClose() {
@@ -987,7 +1084,8 @@ void FormMain::ScreenStation() {
 
 QImage FormMain::SlideImage() const {
     if (!Document() || currentSlide_ < 1) return {};
-    return RenderSlide(Document()->Slides().Item(currentSlide_), picMain_->width(), picMain_->height()).image;
+    const QSize size = picMain_->LogicalSize();
+    return RenderSlide(Document()->Slides().Item(currentSlide_), size.width(), size.height()).image;
 }
 
 void FormMain::PrintSlide(QPrinter& printer) {
@@ -1042,9 +1140,10 @@ void FormMain::HelpContents() {
     ShowHelpTopic(this, kContentsTopic);
 }
 
-void FormMain::resizeEvent(QResizeEvent* event) {
-    QMainWindow::resizeEvent(event);
-    if (!isMinimized()) ArrangeControls();
+// The central area changes with the window and with the slide panel beside it.
+bool FormMain::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == central_ && event->type() == QEvent::Resize && !isMinimized()) ArrangeControls();
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void FormMain::ArrangeControls() {
@@ -1052,9 +1151,82 @@ void FormMain::ArrangeControls() {
     const int width = std::max(central_->width(), static_cast<int>(std::lround(kMinimumWidthTwips / picMain_->TwipsPerPixelX())));
     const int height = std::max(central_->height(), static_cast<int>(std::lround(kMinimumHeightTwips / picMain_->TwipsPerPixelY())));
     const int statusHeight = sbMain_->sizeHint().height();
-    picMain_->setGeometry(0, 0, width, height - statusHeight);
+    scroller_->setGeometry(0, 0, width, height - statusHeight);
     sbMain_->setGeometry(0, height - statusHeight, width, statusHeight);
+    LayOutSlide();
     QTimer::singleShot(0, cmdDelayedResize_, &QPushButton::click);
+}
+
+void FormMain::LayOutSlide() {
+    const QSize room = scroller_->maximumViewportSize();  // as if no scroll bar were shown
+    const QSize logical = stationSize_ ? QSize(stationSize_->width, stationSize_->height) : room;
+    if (logical.isEmpty()) return;
+    // Without a station the slide takes the window, so fitting it is showing it as it is.
+    if (zoomFit_) zoom_ = stationSize_ ? std::min(double(room.width()) / logical.width(), double(room.height()) / logical.height()) : 1.0;
+    const double largest = std::min({kZoomSteps[std::size(kZoomSteps) - 1], double(kLargestZoomedSide) / logical.width(),
+                                     double(kLargestZoomedSide) / logical.height()});
+    zoom_ = std::clamp(zoom_, kZoomSteps[0], largest);
+    const QSize before = picMain_->LogicalSize();
+    picMain_->SetScale(logical, zoom_);
+    UpdateZoomStatus();
+    if (logical != before) UpdateSlidePanel();
+}
+
+double FormMain::Zoom() const { return picMain_->Zoom(); }
+
+void FormMain::UpdateZoomStatus() {
+    const int percent = static_cast<int>(std::lround(zoom_ * 100));
+    zoomText_->setText(stationSize_ ? Q(FormatResString(Str::StatusZoomStation, {stationSize_->width, stationSize_->height, percent}))
+                                    : Q(FormatResString(Str::StatusZoom, {percent})));
+}
+
+void FormMain::SetZoom(double zoom, std::optional<QPoint> anchor) {
+    const double before = picMain_->Zoom();
+    // The point of the slide under the pointer, or in the middle of what is seen, stays there.
+    const QPoint seen = anchor ? picMain_->mapTo(scroller_->viewport(), *anchor)
+                               : QPoint(scroller_->viewport()->width() / 2, scroller_->viewport()->height() / 2);
+    const QPointF slidePoint = QPointF(picMain_->mapFrom(scroller_->viewport(), seen)) / before;
+    zoom_ = zoom;
+    LayOutSlide();
+    const QPoint now = (slidePoint * picMain_->Zoom()).toPoint();
+    scroller_->horizontalScrollBar()->setValue(now.x() - seen.x());
+    scroller_->verticalScrollBar()->setValue(now.y() - seen.y());
+}
+
+void FormMain::ZoomBy(int steps, std::optional<QPoint> anchor) {
+    double zoom = zoom_;
+    for (; steps > 0; --steps) {
+        const auto next = std::find_if(std::begin(kZoomSteps), std::end(kZoomSteps), [&](double step) { return step > zoom * 1.001; });
+        if (next != std::end(kZoomSteps)) zoom = *next;
+    }
+    for (; steps < 0; ++steps) {
+        const auto below = std::find_if(std::rbegin(kZoomSteps), std::rend(kZoomSteps), [&](double step) { return step < zoom / 1.001; });
+        if (below != std::rend(kZoomSteps)) zoom = *below;
+    }
+    zoomFit_ = false;
+    SetZoom(zoom, anchor);
+}
+
+void FormMain::ViewZoomIn() { ZoomBy(1, std::nullopt); }
+void FormMain::ViewZoomOut() { ZoomBy(-1, std::nullopt); }
+
+void FormMain::ViewZoomFit() {
+    zoomFit_ = true;
+    LayOutSlide();
+}
+
+void FormMain::ViewActualSize() {
+    zoomFit_ = false;
+    SetZoom(1.0, std::nullopt);
+}
+
+void FormMain::SetStationSize(std::optional<ScreenSize> size) {
+    stationSize_ = size;
+    const auto name = size ? QStringLiteral("mnuStation%1x%2").arg(size->width).arg(size->height) : QStringLiteral("mnuStationWindow");
+    for (QAction* item : stationActions_) item->setChecked(item->objectName() == name);
+    // Pixel for pixel what the station shows.
+    zoomFit_ = false;
+    SetZoom(1.0, std::nullopt);
 }
 
 void FormMain::ConnectSelection() {
@@ -1066,8 +1238,10 @@ void FormMain::ConnectSelection() {
     picMain_->SetIconMouseUp([this](int16_t index) {
         // A box that moved lands on the grid; one only clicked stays where it is.
         IconView* view = view_->Views().FindByIndex(index);
-        if (snapToGrid_ && view != nullptr && dragFrom_ && *dragFrom_ != QPoint(view->Icon().Left(), view->Icon().Top())) {
-            view->SetPosition(SnapToGrid(view->Icon().Left(), gridSize_), SnapToGrid(view->Icon().Top(), gridSize_));
+        if (view != nullptr && dragFrom_ && *dragFrom_ != QPoint(view->Icon().Left(), view->Icon().Top())) {
+            if (viewSettings_.snapToGrid)
+                view->SetPosition(SnapToGrid(view->Icon().Left(), GridSize()), SnapToGrid(view->Icon().Top(), GridSize()));
+            FollowDraggedBox(*view, *dragFrom_);
             picMain_->update();
         }
         dragFrom_.reset();
@@ -1086,6 +1260,19 @@ void FormMain::ConnectSelection() {
     connect(picMain_, &SlideHost::contextMenuAt, this, &FormMain::ShowSlideMenu);
     connect(picMain_, &SlideHost::nudged, this, [this](int dx, int dy) { picMain_->Guarded([&] { Nudge(dx, dy); }); });
     connect(picMain_, &SlideHost::escaped, this, [this] { Select({}); });
+}
+
+void FormMain::FollowDraggedBox(const IconView& dragged, const QPoint& from) {
+    const auto views = SelectedViews();
+    if (std::find(views.begin(), views.end(), &dragged) == views.end()) return;
+    const QPoint shift = QPoint(dragged.Icon().Left(), dragged.Icon().Top()) - from;
+    // In the drag's own step: the session records the slide from the press to the release.
+    for (IconView* view : views) {
+        if (view == &dragged) continue;
+        const IconBox box = BoxOf(view->Icon());
+        view->SetPosition(std::clamp(box.left + shift.x(), 0, std::max(Icon::kMaxPosition - box.width, 0)),
+                          std::clamp(box.top + shift.y(), 0, std::max(Icon::kMaxPosition - box.height, 0)));
+    }
 }
 
 void FormMain::OnIconPressed(int index, Qt::KeyboardModifiers modifiers) {
@@ -1170,9 +1357,10 @@ void FormMain::Nudge(int dx, int dy) {
     const auto along = [this](int32_t position, int32_t moved, int pixels) {
         if (pixels == 0) return position;
         const int32_t sign = pixels > 0 ? 1 : -1;
-        if (snapToGrid_) {
-            const int32_t line = sign > 0 ? position / gridSize_ * gridSize_ : (position + gridSize_ - 1) / gridSize_ * gridSize_;
-            return line + sign * gridSize_ * std::abs(pixels);
+        if (viewSettings_.snapToGrid) {
+            const int32_t grid = viewSettings_.gridSize;
+            const int32_t line = sign > 0 ? position / grid * grid : (position + grid - 1) / grid * grid;
+            return line + sign * grid * std::abs(pixels);
         }
         return moved != position ? moved : position + sign;  // a pixel smaller than a thousandth still moves
     };
@@ -1203,12 +1391,25 @@ void FormMain::ArrangeSelected(int32_t step, std::size_t least, const std::funct
                  [&](const IconView&, std::size_t i) { return IconPlace{boxes[i].left, boxes[i].top}; });
 }
 
-void FormMain::ViewSnapToGrid() { snapToGrid_ = snapAction_->isChecked(); }
+void FormMain::ViewSnapToGrid() {
+    viewSettings_.snapToGrid = snapAction_->isChecked();
+    SaveViewSettings();
+}
 
 void FormMain::ViewGridSize() {
-    const auto answer = CurrentPrompt().AskText(S(Str::GridSizePrompt), S(Str::GridSizeTitle), std::to_string(gridSize_));
+    const auto answer = CurrentPrompt().AskText(S(Str::GridSizePrompt), S(Str::GridSizeTitle), std::to_string(viewSettings_.gridSize));
     if (!answer || answer->empty()) return;
-    gridSize_ = std::clamp<int32_t>(ToInteger(*answer), kMinGridSize, kMaxGridSize);
+    viewSettings_.gridSize = std::clamp<int32_t>(ToInteger(*answer), ViewSettings::kMinGridSize, ViewSettings::kMaxGridSize);
+    SaveViewSettings();
+}
+
+// Kept for the next start; a store that cannot be written is told, and the grid works all the same.
+void FormMain::SaveViewSettings() {
+    try {
+        WriteViewSettings(viewSettings_);
+    } catch (const Error& error) {
+        ShowError(error);
+    }
 }
 
 void FormMain::EditSelectAll() {
@@ -1313,8 +1514,8 @@ void FormMain::PlaceCopies(int32_t step, const std::vector<std::unique_ptr<Icon>
 void FormMain::ShowSlideMenu(const QPoint& pixel) {
     if (Current() == nullptr) return;
     picMain_->Guarded([&] {
-        pointerPlace_ = view_->ConvertHostToVirtualHost(RoundToLong(pixel.x() * view_->TwipsPerPixelX()),
-                                                        RoundToLong(pixel.y() * view_->TwipsPerPixelY()));
+        const QPoint at = picMain_->ToTwips(pixel);
+        pointerPlace_ = view_->ConvertHostToVirtualHost(at.x(), at.y());
     });
     slideMenu_->popup(picMain_->mapToGlobal(pixel));
 }

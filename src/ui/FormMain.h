@@ -11,6 +11,7 @@
 
 #include "model/IconLayout.h"
 #include "services/Prompt.h"
+#include "services/ViewSettings.h"
 #include "session/DocumentSession.h"
 #include "view/Surfaces.h"
 
@@ -20,12 +21,14 @@ class QMenu;
 class QLabel;
 class QPrinter;
 class QPushButton;
+class QScrollArea;
 class QScrollBar;
 class QStatusBar;
 
 namespace kvo {
 
 class Error;
+class FormSlidePanel;
 class SlideHost;
 class Icon;
 class Slide;
@@ -89,6 +92,9 @@ public:
     void SlideTitle();
     void SlideHelpTopic();
     void SlideEnabled();
+    void SlideDuplicate();
+    // Puts slide from at place to, as one step, as Up or Down would one place at a time.
+    void MoveSlide(int from, int to);
     void BackSet();
     void BackClear();
     void BackColor();
@@ -117,11 +123,25 @@ public:
     void DistributeIcons(bool horizontally);
     void ViewSnapToGrid();
     void ViewGridSize();
+    // The zoom scales the picture and the boxes together; what is placed
+    // stays where it is in the show's units.
+    void ViewZoomIn();
+    void ViewZoomOut();
+    // As large as the window allows, also when the window's size changes.
+    void ViewZoomFit();
+    void ViewActualSize();
+    // Shows the slide as a station with a screen of this size shows it; none:
+    // the slide takes the window, as it always has.
+    void SetStationSize(std::optional<ScreenSize> size);
+    std::optional<ScreenSize> StationSize() const { return stationSize_; }
+    double Zoom() const;
+    QScrollArea& Scroller() const { return *scroller_; }
+    FormSlidePanel& SlidePanel() const { return *slidePanel_; }
     // In slide order.
     std::vector<IconView*> SelectedViews() const;
     void Select(std::vector<const Icon*> icons);
-    bool SnapsToGrid() const { return snapToGrid_; }
-    int32_t GridSize() const { return gridSize_; }
+    bool SnapsToGrid() const { return viewSettings_.snapToGrid; }
+    int32_t GridSize() const { return viewSettings_.gridSize; }
     // The pop-up menu of the slide, opened by a right-click where no icon is.
     QMenu& SlideMenu() const { return *slideMenu_; }
     QMenu& IconMenu() const { return *iconMenu_; }
@@ -146,7 +166,7 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
@@ -159,6 +179,16 @@ private:
     void OnIconPressed(int index, Qt::KeyboardModifiers modifiers);
     void OnBandSelected(const QList<int>& indices, Qt::KeyboardModifiers modifiers);
     void Nudge(int dx, int dy);
+    // Moves the rest of the selection as far as the dragged box went.
+    void FollowDraggedBox(const IconView& dragged, const QPoint& from);
+    // Zooms by steps of the zoom list, keeping this pixel of the host under the pointer.
+    void ZoomBy(int steps, std::optional<QPoint> anchor);
+    void SetZoom(double zoom, std::optional<QPoint> anchor);
+    // Sizes picMain for the station size and the zoom.
+    void LayOutSlide();
+    void UpdateZoomStatus();
+    void UpdateSlidePanel();
+    void SaveViewSettings();
     void ShowSlideMenu(const QPoint& pixel);
     // Frames the selection anew and enables what acts on it.
     void UpdateSelection();
@@ -208,6 +238,9 @@ private:
     QStatusBar* sbMain_;
     QLabel* statusText_;
     QLabel* stateText_;  // the worst tolerance state of the show, once it has one
+    QLabel* zoomText_;
+    QScrollArea* scroller_;
+    FormSlidePanel* slidePanel_;
     QWidget* scrollPanel_;
     QScrollBar* hsSlide_;
     QPushButton* cmdDelayedResize_;
@@ -238,8 +271,11 @@ private:
     int selectedSlide_ = 0;
     std::optional<QPoint> pointerPlace_;       // thousandths of the host, while the slide's menu is open
     std::optional<QPoint> dragFrom_;            // where the dragged icon was, thousandths of the host
-    bool snapToGrid_ = false;
-    int32_t gridSize_ = 10;
+    ViewSettings viewSettings_;
+    std::optional<ScreenSize> stationSize_;
+    double zoom_ = 1.0;
+    bool zoomFit_ = false;
+    QList<QAction*> stationActions_;  // the window's own size first, then the stations' sizes
     std::unique_ptr<Icon> defaultIcon_;    // the template of new icons, for as long as the program runs
     std::unique_ptr<SlideView> view_;
     std::string slideDirectory_;

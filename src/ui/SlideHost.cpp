@@ -4,6 +4,7 @@
 #include <QtGui/QKeyEvent>
 #include <QtGui/QMouseEvent>
 #include <QtGui/QPainter>
+#include <QtGui/QWheelEvent>
 #include <QtWidgets/QToolTip>
 
 #include <algorithm>
@@ -11,6 +12,7 @@
 
 #include "services/Error.h"
 #include "services/Prompt.h"
+#include "view/IconView.h"
 #include "view/SlideView.h"
 
 namespace kvo {
@@ -21,6 +23,9 @@ constexpr double kTwipsPerInch = 1440.0;
 // A handle of at least 8 pixels: 4 each side of the leader's end, and the end's own.
 constexpr int kHandleRadius = 4;
 constexpr int kNudgeLarge = 10;
+// The magnifier's side in pixels and its distance from the pointer.
+constexpr int kMagnifierSide = 128;
+constexpr int kMagnifierGap = 24;
 
 }  // namespace
 
@@ -36,18 +41,37 @@ protected:
     void paintEvent(QPaintEvent*) override {
         QPainter painter(this);
         PaintSelection(painter);
+        PaintMagnifier(painter);
         if (host_.feedback_.empty()) return;
         // The classic pattern brush, inverted against what is below.
         painter.setCompositionMode(QPainter::RasterOp_SourceXorDestination);
         const QBrush brush = host_.view_ != nullptr ? host_.view_->DragBrush() : QBrush(Qt::black, Qt::Dense4Pattern);
-        for (const QRect& screen : host_.feedback_) {
-            QRect local = screen;
-            local.moveTopLeft(mapFromGlobal(screen.topLeft()));
-            painter.fillRect(local, QBrush(Qt::white, brush.style()));
-        }
+        for (const QRect& screen : host_.feedback_) painter.fillRect(host_.FromScreen(screen), QBrush(Qt::white, brush.style()));
     }
 
 private:
+    void PaintMagnifier(QPainter& painter) {
+        const QRect inset = host_.magnifier_;
+        if (inset.isEmpty() || host_.slideSnapshot_.isNull()) return;
+        const int k = SlideHost::kMagnification;
+        const QRectF source(host_.magnifierAt_.x() - inset.width() / (2.0 * k), host_.magnifierAt_.y() - inset.height() / (2.0 * k),
+                            inset.width() / double(k), inset.height() / double(k));
+        painter.save();
+        painter.fillRect(inset, host_.palette().color(QPalette::Window));
+        painter.setRenderHint(QPainter::SmoothPixmapTransform, false);  // the pixels themselves, to place an end on one
+        painter.drawImage(QRectF(inset), host_.slideSnapshot_, source);
+        const QPoint centre = inset.center();
+        painter.setPen(QPen(QColor(0, 102, 204), 1));
+        painter.drawLine(centre.x() - 8, centre.y(), centre.x() - 3, centre.y());
+        painter.drawLine(centre.x() + 3, centre.y(), centre.x() + 8, centre.y());
+        painter.drawLine(centre.x(), centre.y() - 8, centre.x(), centre.y() - 3);
+        painter.drawLine(centre.x(), centre.y() + 3, centre.x(), centre.y() + 8);
+        painter.setPen(QPen(Qt::black, 1));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRect(inset.adjusted(0, 0, -1, -1));
+        painter.restore();
+    }
+
     void PaintSelection(QPainter& painter) {
         const QColor mark(0, 102, 204);
         painter.setPen(QPen(mark, kFrameWidth));
@@ -94,6 +118,7 @@ SlideHost::SlideHost(QWidget* parent) : QWidget(parent), feedbackLayer_(new Feed
     setObjectName("picMain");
     setFocusPolicy(Qt::StrongFocus);
     setAutoFillBackground(true);
+    setBackgroundRole(QPalette::Window);  // the slide's colour, not that of the area around it
     setMouseTracking(true);
     SetBackColor(QColor(0xC4, 0xC4, 0xC4));
 }
@@ -102,8 +127,33 @@ SlideHost::~SlideHost() { view_ = nullptr; }
 
 double SlideHost::TwipsPerPixelX() const { return kTwipsPerInch / logicalDpiX(); }
 double SlideHost::TwipsPerPixelY() const { return kTwipsPerInch / logicalDpiY(); }
-int32_t SlideHost::Width() const { return static_cast<int32_t>(std::lround(width() * TwipsPerPixelX())); }
-int32_t SlideHost::Height() const { return static_cast<int32_t>(std::lround(height() * TwipsPerPixelY())); }
+int32_t SlideHost::Width() const { return static_cast<int32_t>(std::lround(LogicalSize().width() * TwipsPerPixelX())); }
+int32_t SlideHost::Height() const { return static_cast<int32_t>(std::lround(LogicalSize().height() * TwipsPerPixelY())); }
+
+QSize SlideHost::LogicalSize() const { return logical_.isEmpty() ? size() : logical_; }
+
+void SlideHost::SetScale(const QSize& logicalPixels, double zoom) {
+    logical_ = logicalPixels;
+    zoom_ = logicalPixels.isEmpty() ? 1.0 : zoom;
+    if (!logical_.isEmpty()) resize((QSizeF(logical_) * zoom_).toSize());
+    for (const auto& [index, widget] : widgets_) widget->ApplyGeometry();
+    feedbackLayer_->setGeometry(rect());
+    if (view_ != nullptr) {
+        try {
+            view_->HostResize();
+        } catch (...) {
+            // As in a resize: the icons keep their places.
+        }
+    }
+    update();
+}
+
+QRect SlideHost::FromScreen(const QRect& screen) const {
+    const QPoint origin = ScreenOrigin();
+    return QRect(QPointF((screen.topLeft() - origin) * zoom_).toPoint(), (QSizeF(screen.size()) * zoom_).toSize());
+}
+
+QPoint SlideHost::ToScreen(const QPoint& pixel) const { return ScreenOrigin() + QPointF(QPointF(pixel) / zoom_).toPoint(); }
 
 void SlideHost::SetBackColor(const QColor& color) {
     QPalette colors = palette();
@@ -115,6 +165,19 @@ void SlideHost::SetPointer(Pointer pointer) { setCursor(pointer == Pointer::Cros
 
 void SlideHost::ShowFeedback(const std::vector<QRect>& screenRects) {
     feedback_ = screenRects;
+    // A selected box takes the rest of the selection with it.
+    const IconView* dragged = captured_ != nullptr && view_ != nullptr ? view_->Views().FindByIndex(captured_->Index()) : nullptr;
+    if (dragged != nullptr && dragged->IsBoxDragging() && !screenRects.empty() &&
+        std::find(selected_.begin(), selected_.end(), captured_->Index()) != selected_.end()) {
+        QRect frame;
+        for (const QRect& bar : screenRects) frame |= bar;
+        const QPoint shift = frame.topLeft() - captured_->ScreenRect().topLeft();
+        for (const int16_t index : selected_) {
+            const auto found = widgets_.find(index);
+            if (index == captured_->Index() || found == widgets_.end()) continue;
+            for (const QRect& bar : IconView::FrameFeedback(found->second->ScreenRect().translated(shift))) feedback_.push_back(bar);
+        }
+    }
     feedbackLayer_->raise();
     feedbackLayer_->update();
 }
@@ -140,13 +203,15 @@ void SlideHost::Guarded(const std::function<void()>& work) {
 }
 
 QPoint SlideHost::ToTwips(const QPointF& pixels) const {
-    return QPoint(static_cast<int>(std::lround(pixels.x() * TwipsPerPixelX())), static_cast<int>(std::lround(pixels.y() * TwipsPerPixelY())));
+    return QPoint(static_cast<int>(std::lround(pixels.x() / zoom_ * TwipsPerPixelX())),
+                  static_cast<int>(std::lround(pixels.y() / zoom_ * TwipsPerPixelY())));
 }
 
 void SlideHost::paintEvent(QPaintEvent*) {
     if (view_ == nullptr) return;
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(zoom_, zoom_);
     try {
         view_->HostPaint(painter);
     } catch (...) {
@@ -169,7 +234,8 @@ int SlideHost::HandleRadius() const {
 
 QPoint SlideHost::LeaderEnd(const IconView& view) const {
     const QPoint end = view_->ConvertPictureToHost(view.Icon().LeaderX(), view.Icon().LeaderY());
-    return QPoint(static_cast<int>(std::lround(end.x() / TwipsPerPixelX())), static_cast<int>(std::lround(end.y() / TwipsPerPixelY())));
+    return QPoint(static_cast<int>(std::lround(end.x() / TwipsPerPixelX() * zoom_)),
+                  static_cast<int>(std::lround(end.y() / TwipsPerPixelY() * zoom_)));
 }
 
 IconView* SlideHost::HandleAt(const QPoint& pixel) const {
@@ -196,6 +262,7 @@ void SlideHost::mousePressEvent(QMouseEvent* event) {
     }
     if (captured_ != nullptr) {
         MouseDown(captured_->Index());  // a leader end was taken
+        MoveMagnifier(pixel);
     } else if (event->button() == Qt::LeftButton) {
         bandStart_ = pixel;
         band_ = QRect();
@@ -220,7 +287,38 @@ void SlideHost::mouseMoveEvent(QMouseEvent* event) {
         else
             view_->HostMouseMove(ButtonBits(event->buttons()), ShiftBits(event->modifiers()), at.x(), at.y());
     });
-    if (captured_ == nullptr && HandleAt(event->position().toPoint()) != nullptr) SetPointer(Pointer::Cross);
+    if (captured_ != nullptr) MoveMagnifier(event->position().toPoint());
+    else if (HandleAt(event->position().toPoint()) != nullptr) SetPointer(Pointer::Cross);
+}
+
+void SlideHost::MoveMagnifier(const QPoint& pixel) {
+    if (slideSnapshot_.isNull()) {
+        // The picture as the slide shows it, without the boxes above it.
+        slideSnapshot_ = QImage(size(), QImage::Format_ARGB32_Premultiplied);
+        slideSnapshot_.fill(palette().color(QPalette::Window));
+        QPainter painter(&slideSnapshot_);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.scale(zoom_, zoom_);
+        try {
+            view_->HostPaint(painter);
+        } catch (...) {
+        }
+    }
+    magnifierAt_ = pixel;
+    // Beside the pointer, and turned to the other side near an edge of what is seen.
+    QRect inset(pixel + QPoint(kMagnifierGap, -kMagnifierGap - kMagnifierSide), QSize(kMagnifierSide, kMagnifierSide));
+    const QRect seen = visibleRegion().boundingRect();
+    if (inset.right() > seen.right()) inset.moveRight(pixel.x() - kMagnifierGap);
+    if (inset.top() < seen.top()) inset.moveTop(pixel.y() + kMagnifierGap);
+    magnifier_ = inset;
+    feedbackLayer_->raise();
+    feedbackLayer_->update();
+}
+
+void SlideHost::EndMagnifier() {
+    slideSnapshot_ = QImage();
+    magnifier_ = QRect();
+    feedbackLayer_->update();
 }
 
 void SlideHost::mouseReleaseEvent(QMouseEvent* event) {
@@ -239,6 +337,7 @@ void SlideHost::mouseReleaseEvent(QMouseEvent* event) {
         return;
     }
     if (captured_ == nullptr) return;
+    EndMagnifier();
     const QPoint at = ToTwips(event->position());
     const int16_t index = captured_->Index();
     Guarded([&] {
@@ -258,6 +357,16 @@ void SlideHost::keyPressEvent(QKeyEvent* event) {
         case Qt::Key_Escape: emit escaped(); break;
         default: QWidget::keyPressEvent(event); return;
     }
+    event->accept();
+}
+
+void SlideHost::wheelEvent(QWheelEvent* event) {
+    if (!event->modifiers().testFlag(Qt::ControlModifier)) {
+        event->ignore();  // the scroll area scrolls
+        return;
+    }
+    const int steps = event->angleDelta().y() / QWheelEvent::DefaultDeltasPerStep;
+    if (steps != 0) emit zoomWheel(steps, event->position().toPoint());
     event->accept();
 }
 
@@ -285,17 +394,30 @@ IconWidget::~IconWidget() {
     host_.ReleaseIndex(index_);
 }
 
-int32_t IconWidget::Left() const { return static_cast<int32_t>(std::lround(x() * host_.TwipsPerPixelX())); }
-int32_t IconWidget::Top() const { return static_cast<int32_t>(std::lround(y() * host_.TwipsPerPixelY())); }
-int32_t IconWidget::Width() const { return static_cast<int32_t>(std::lround(width() * host_.TwipsPerPixelX())); }
-int32_t IconWidget::Height() const { return static_cast<int32_t>(std::lround(height() * host_.TwipsPerPixelY())); }
+// Read back from the widget, as the surfaces always were: what is seen is what counts.
+int32_t IconWidget::Left() const { return static_cast<int32_t>(std::lround(x() / host_.Zoom() * host_.TwipsPerPixelX())); }
+int32_t IconWidget::Top() const { return static_cast<int32_t>(std::lround(y() / host_.Zoom() * host_.TwipsPerPixelY())); }
+int32_t IconWidget::Width() const { return static_cast<int32_t>(std::lround(width() / host_.Zoom() * host_.TwipsPerPixelX())); }
+int32_t IconWidget::Height() const { return static_cast<int32_t>(std::lround(height() / host_.Zoom() * host_.TwipsPerPixelY())); }
 
 void IconWidget::Move(int32_t left, int32_t top) {
-    move(static_cast<int>(std::lround(left / host_.TwipsPerPixelX())), static_cast<int>(std::lround(top / host_.TwipsPerPixelY())));
+    twips_.moveTo(left, top);
+    ApplyGeometry();
 }
 
 void IconWidget::Resize(int32_t width, int32_t height) {
-    resize(static_cast<int>(std::lround(width / host_.TwipsPerPixelX())), static_cast<int>(std::lround(height / host_.TwipsPerPixelY())));
+    twips_.setSize(QSize(width, height));
+    ApplyGeometry();
+}
+
+void IconWidget::ApplyGeometry() {
+    const double x = host_.Zoom() / host_.TwipsPerPixelX(), y = host_.Zoom() / host_.TwipsPerPixelY();
+    setGeometry(static_cast<int>(std::lround(twips_.x() * x)), static_cast<int>(std::lround(twips_.y() * y)),
+                static_cast<int>(std::lround(twips_.width() * x)), static_cast<int>(std::lround(twips_.height() * y)));
+}
+
+QRect IconWidget::ScreenRect() const {
+    return QRect(host_.ToScreen(pos()), (QSizeF(size()) / host_.Zoom()).toSize());
 }
 
 void IconWidget::Capture() { host_.SetCaptured(this); }
@@ -305,13 +427,14 @@ void IconWidget::ReleaseCapture() {
 }
 
 QPoint IconWidget::ToTwips(const QPointF& pixels) const {
-    return QPoint(static_cast<int>(std::lround(pixels.x() * host_.TwipsPerPixelX())),
-                  static_cast<int>(std::lround(pixels.y() * host_.TwipsPerPixelY())));
+    return QPoint(static_cast<int>(std::lround(pixels.x() / host_.Zoom() * host_.TwipsPerPixelX())),
+                  static_cast<int>(std::lround(pixels.y() / host_.Zoom() * host_.TwipsPerPixelY())));
 }
 
 void IconWidget::paintEvent(QPaintEvent*) {
     if (host_.View() == nullptr) return;
     QPainter painter(this);
+    painter.scale(host_.Zoom(), host_.Zoom());
     try {
         host_.View()->ViewPaint(index_, painter);
     } catch (...) {
@@ -322,7 +445,7 @@ bool IconWidget::event(QEvent* event) {
     if (event->type() != QEvent::ToolTip || host_.View() == nullptr) return QWidget::event(event);
     const auto* help = static_cast<QHelpEvent*>(event);
     const IconView* view = host_.View()->Views().FindByIndex(index_);
-    const QString text = view != nullptr ? view->CutTextAt(help->pos()) : QString();
+    const QString text = view != nullptr ? view->CutTextAt(QPointF(QPointF(help->pos()) / host_.Zoom()).toPoint()) : QString();
     if (text.isEmpty()) {
         QToolTip::hideText();
         event->ignore();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtGui/QImage>
 #include <QtWidgets/QWidget>
 
 #include <functional>
@@ -66,6 +67,23 @@ public:
     const std::vector<int16_t>& Selected() const { return selected_; }
     // Half the handle's side in pixels: twice as large on a touch screen.
     int HandleRadius() const;
+
+    // The slide as a host of this many pixels shows it, drawn zoom times as
+    // large: the views place and measure in the logical pixels, so that what
+    // is placed does not depend on the zoom. An empty size: the widget's own.
+    void SetScale(const QSize& logicalPixels, double zoom);
+    double Zoom() const { return zoom_; }
+    QSize LogicalSize() const;
+    // Screen positions as the views count them (logical pixels from the host's
+    // corner) to pixels of this widget, and back.
+    QRect FromScreen(const QRect& screen) const;
+    QPoint ToScreen(const QPoint& pixel) const;
+    // While a leader's end is dragged: the picture around the pointer, four
+    // times as large, in this rectangle of the host; empty otherwise.
+    QRect Magnifier() const { return magnifier_; }
+    // Pixels of this widget to host twips.
+    QPoint ToTwips(const QPointF& pixels) const;
+    static constexpr int kMagnification = 4;
     // The rubber band being drawn, in pixels of the host; empty when none.
     QRect Band() const { return band_; }
 
@@ -80,6 +98,8 @@ signals:
     // Arrow keys: a move in pixels; Esc.
     void nudged(int dx, int dy);
     void escaped();
+    // Ctrl and the wheel: steps (positive: in) about this pixel of the host.
+    void zoomWheel(int steps, const QPoint& pixel);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -88,14 +108,17 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
 
 private:
     friend class FeedbackLayer;
     friend class IconWidget;
-    QPoint ToTwips(const QPointF& pixels) const;
     // The selected icon whose leader handle is at this pixel, if any.
     IconView* HandleAt(const QPoint& pixel) const;
     QPoint LeaderEnd(const IconView& view) const;
+    // Follows the pointer during a leader drag: the snapshot is taken once.
+    void MoveMagnifier(const QPoint& pixel);
+    void EndMagnifier();
 
     SlideView* view_ = nullptr;
     std::set<int16_t> used_;
@@ -108,6 +131,11 @@ private:
     std::map<int16_t, IconWidget*> widgets_;
     std::optional<QPoint> bandStart_;
     QRect band_;
+    QSize logical_;
+    double zoom_ = 1.0;
+    QImage slideSnapshot_;  // the slide without its boxes, at the widget's pixels
+    QPoint magnifierAt_;
+    QRect magnifier_;
 };
 
 // picIcon(n): one icon's box.
@@ -126,11 +154,12 @@ public:
     void Resize(int32_t width, int32_t height) override;
     void SetVisible(bool visible) override { setVisible(visible); }
     void Refresh() override { update(); }
-    QRect ScreenRect() const override { return QRect(mapToGlobal(QPoint(0, 0)), size()); }
+    QRect ScreenRect() const override;
     void Capture() override;
     void ReleaseCapture() override;
 
 protected:
+    friend class SlideHost;
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -140,9 +169,12 @@ protected:
 
 private:
     QPoint ToTwips(const QPointF& pixels) const;
+    // Places the widget where its twips say at the host's zoom.
+    void ApplyGeometry();
 
     SlideHost& host_;
     int16_t index_;
+    QRect twips_;
 };
 
 // Mouse buttons and modifier keys as the views count them.

@@ -88,14 +88,22 @@ void IconView::PaintTagLine(QPainter& painter) {
 }
 
 void IconView::Paint(QPainter& painter) {
-    if (paintedVersion_ != icon_.Version() || box_.isNull()) {
+    // Kept at the device's pixels, so that a zoomed box stays sharp.
+    const QTransform transform = painter.transform();
+    const qreal scale = std::max<qreal>(transform.m11(), 0.01);
+    if (paintedVersion_ != icon_.Version() || box_.isNull() || paintedScale_ != scale) {
         LayOut();  // a new name or new cells may need another size
-        box_ = QImage(layout_.size, QImage::Format_ARGB32_Premultiplied);
+        box_ = QImage((QSizeF(layout_.size) * scale).toSize().expandedTo(QSize(1, 1)), QImage::Format_ARGB32_Premultiplied);
         QPainter boxPainter(&box_);
+        boxPainter.scale(scale, scale);
         PaintBox(boxPainter);
         paintedVersion_ = icon_.Version();
+        paintedScale_ = scale;
     }
+    painter.save();
+    painter.setTransform(QTransform::fromTranslate(transform.dx(), transform.dy()));
     painter.drawImage(QPoint(0, 0), box_);
+    painter.restore();
 }
 
 void IconView::PaintBox(QPainter& painter) {
@@ -163,7 +171,7 @@ bool IconView::TagHitTest(int32_t x, int32_t y) const {
            std::abs(y - end.y()) <= kLeaderHitPixels * slideView_.TwipsPerPixelY();
 }
 
-std::vector<QRect> IconView::FrameFeedback(const QRect& box) const {
+std::vector<QRect> IconView::FrameFeedback(const QRect& box) {
     const int x = box.x(), y = box.y(), w = box.width(), h = box.height(), t = kFeedbackThickness;
     return {QRect(x, y, t, h), QRect(x + t, y, w - 2 * t, t), QRect(x + w - t, y, t, h), QRect(x + t, y + h - t, w - 2 * t, t)};
 }

@@ -63,6 +63,9 @@ public:
     static void FillRectangle(QPainter& painter, int32_t color, const QRect& rectangle);
 
     bool IsDragging() const { return iconDrag_ || leaderDrag_; }
+    bool IsBoxDragging() const { return iconDrag_; }
+    // The hollow frame a box drag shows around box, screen pixels.
+    static std::vector<QRect> FrameFeedback(const QRect& box);
     // The whole text of the cell at pixel (x, y) of the box when the cell shows it cut; empty otherwise.
     QString CutTextAt(const QPoint& pixel) const;
 
@@ -88,7 +91,6 @@ private:
     void PaintBox(QPainter& painter);
     QRect CellBox(const Value& cell) const;
     static QRect TextBox(const QRect& cellBox);
-    std::vector<QRect> FrameFeedback(const QRect& box) const;
     std::vector<QRect> SquareFeedback(const QPoint& center) const;
 
     SlideView& slideView_;
@@ -98,6 +100,7 @@ private:
     // The box as last painted; painted again only when the icon changed.
     QImage box_;
     int32_t paintedVersion_ = -1;
+    qreal paintedScale_ = 1.0;
     bool iconDrag_ = false;
     bool leaderDrag_ = false;
     bool moved_ = false;

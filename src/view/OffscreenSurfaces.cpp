@@ -33,10 +33,11 @@ std::unique_ptr<IconSurface> OffscreenOwner::CreateIcon() {
     return surface;
 }
 
-RenderedSlide RenderSlide(Slide& slide, int widthPixels, int heightPixels, const QByteArray* pictureBytes) {
+RenderedSlide RenderSlide(Slide& slide, int widthPixels, int heightPixels, Rasters rasters, const QByteArray* pictureBytes) {
     OffscreenHost host(widthPixels, heightPixels);
     OffscreenOwner owner(host);
     SlideView view(owner, host);
+    view.SetOwnRaster(rasters == Rasters::LeftToScreen);
     view.SetSlide(&slide);
     try {
         view.LoadPicture(pictureBytes);  // the whole picture: an image is not drawn again when it comes

@@ -101,8 +101,14 @@ struct RenderedSlide {
     std::string pictureProblem;  // why the picture is missing from the image; empty when it is not
 };
 
+// Whether an image drawn beside the screen may take the metafile rasters the
+// screen keeps (one size per picture), or plays a metafile itself when the
+// raster held is of another size.
+enum class Rasters { Shared, LeftToScreen };
+
 // One slide as the editor shows it on a host of this many pixels, its picture
 // waited for; drawn from pictureBytes, when given, instead of its file.
-RenderedSlide RenderSlide(Slide& slide, int widthPixels, int heightPixels, const QByteArray* pictureBytes = nullptr);
+RenderedSlide RenderSlide(Slide& slide, int widthPixels, int heightPixels, Rasters rasters = Rasters::Shared,
+                          const QByteArray* pictureBytes = nullptr);
 
 }  // namespace kvo

@@ -105,7 +105,7 @@ void SlideView::ClearPicture() {
 
 void SlideView::LoadPicture(const QByteArray* bytes) {
     OpenPicture(true, bytes);
-    if (metafile_) {
+    if (metafile_ && !ownRaster_) {
         const QRect picture = ToPixels(PictureRect());
         if (!picture.isEmpty()) PictureCache::Shared().Raster(metafile_->Decoded(), DeviceSize(QTransform(), picture));
     }
@@ -337,7 +337,12 @@ void SlideView::HostPaint(QPainter& painter) {
     }
     try {
         const QRect picture = ToPixels(PictureRect());
-        if (metafile_) {
+        if (metafile_ && ownRaster_) {
+            // The screen's raster when it is of this size, else the picture played here.
+            const QImage held = PictureCache::Shared().HeldRaster(metafile_->Decoded());
+            if (held.size() == DeviceSize(painter.transform(), picture)) painter.drawImage(picture, held);
+            else metafile_->Decoded()->Draw(painter, picture);
+        } else if (metafile_) {
             const Metafile::Held held = metafile_->DrawHeld(painter, picture);
             if (held != Metafile::Held::AtSize) loader_->Want({{slide_->PictureFile(), DeviceSize(painter.transform(), picture)}});
             if (held == Metafile::Held::None) DrawLoading(painter, picture);

@@ -103,6 +103,9 @@ public:
     int32_t ColorError() const { return kColorError; }
     // A tolerance state's colour, wherever a state is shown.
     int32_t StateColor(int16_t state) const;
+    // For an image made beside the screen: a metafile is played here unless the
+    // raster the screen keeps is of the size drawn, and that raster is left as it is.
+    void SetOwnRaster(bool own) { ownRaster_ = own; }
     bool Locked() const { return locked_; }
     void SetLocked(bool locked) { locked_ = locked; }
     void SetBackColor(int32_t color);
@@ -138,6 +141,7 @@ private:
     HostSurface& host_;
     IconViewCollection views_;
     bool locked_ = false;
+    bool ownRaster_ = false;
     int32_t pictureWidth_ = 0;
     int32_t pictureHeight_ = 0;
     int32_t pictureLeft_ = 0;

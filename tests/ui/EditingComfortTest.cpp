@@ -6,14 +6,21 @@
 #include <QtGui/QDragEnterEvent>
 #include <QtGui/QDropEvent>
 #include <QtTest/QTest>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QListWidget>
 #include <QtWidgets/QMenu>
+#include <QtWidgets/QScrollArea>
+#include <QtWidgets/QScrollBar>
 
 #include "PictureBytes.h"
 #include "UiTestSupport.h"
 #include "model/ModelTestSupport.h"
 #include "model/SlideShow.h"
+#include "services/RegEntry.h"
 #include "ui/FormMain.h"
+#include "ui/FormSlidePanel.h"
 #include "ui/SlideHost.h"
+#include "view/Colors.h"
 #include "view/IconView.h"
 #include "view/SlideView.h"
 
@@ -310,6 +317,218 @@ TEST_F(EditingComfortTest, DroppedFilesBecomeTheBackgroundOrTheDocument) {
     ASSERT_TRUE(drop(otherFile));
     EXPECT_EQ(window_.FileName(), otherFile);
     EXPECT_EQ(SlideAt(1).Name(), "Z");
+}
+
+
+TEST_F(EditingComfortTest, ZoomScalesPictureAndBoxesTogetherAndEditingKeepsTheShowsUnits) {
+    const std::string picture = dir_.File("part.bmp");
+    test::WriteFile(picture, test::Bmp(400, 300));
+    SlideAt(1).SetPictureFile(picture);
+    IconAt(1).SetLeaderX(500);
+    IconAt(1).SetLeaderY(500);
+    window_.ShowSlide(1, true);
+    Command("mnuStation800x600")->trigger();
+    ASSERT_EQ(Host().LogicalSize(), QSize(800, 600));
+    ASSERT_EQ(Host().size(), QSize(800, 600));  // pixel for pixel what the station shows
+    window_.View().LoadPicture();  // as the first paint would
+    ASSERT_EQ(window_.View().PictureRect().size(), QSize(400 * 15, 300 * 15));
+    EXPECT_TRUE(window_.findChild<QLabel*>("sbMainZoom")->text().contains("800"));
+    const QRect box = Surface(1)->geometry();
+    const QRect pictureRect = window_.View().PictureRect();
+
+    for (int i = 0; i < 4; ++i) Key(Qt::Key_Plus, Qt::ControlModifier);  // 125, 150, 200, 300 %
+    EXPECT_DOUBLE_EQ(window_.Zoom(), 3.0);
+    Key(Qt::Key_Minus, Qt::ControlModifier);
+    ASSERT_DOUBLE_EQ(window_.Zoom(), 2.0);
+    EXPECT_EQ(Host().size(), QSize(1600, 1200));
+    EXPECT_GT(window_.Scroller().horizontalScrollBar()->maximum(), 0);
+    EXPECT_EQ(window_.View().PictureRect(), pictureRect);  // the same in the show's units
+    EXPECT_NEAR(Surface(1)->x(), 2 * box.x(), 1);
+    EXPECT_NEAR(Surface(1)->y(), 2 * box.y(), 1);
+    EXPECT_NEAR(Surface(1)->width(), 2 * box.width(), 2);
+    EXPECT_NEAR(Surface(1)->height(), 2 * box.height(), 2);
+    // The box is drawn as large: its dark lower right edge is in the surface's corner, not cut off.
+    const QImage shown = Surface(1)->grab().toImage();
+    EXPECT_EQ(shown.pixelColor(shown.width() - 2, shown.height() - 2), QColor(Qt::black));
+
+    // A drag of 40 pixels at 200 % moves the box by 20 of the station's.
+    window_.Scroller().ensureWidgetVisible(Surface(1));
+    const int32_t left = IconAt(1).Left(), top = IconAt(1).Top();
+    QTest::mousePress(Surface(1), Qt::LeftButton, Qt::NoModifier, QPoint(6, 6));
+    QTest::mouseMove(Surface(1), QPoint(46, 26));
+    QTest::mouseRelease(Surface(1), Qt::LeftButton, Qt::NoModifier, QPoint(46, 26));
+    EXPECT_NEAR(IconAt(1).Left() - left, 20 * 1000 / 800, 1);
+    EXPECT_NEAR(IconAt(1).Top() - top, 10 * 1000 / 600, 1);
+
+    // The leader's end, taken at its handle and brought near the picture's right edge, shows
+    // the picture around it four times as large beside the pointer.
+    const QPoint end(static_cast<int>(std::lround(window_.View().ConvertPictureToHost(500, 500).x() / Host().TwipsPerPixelX() * 2)),
+                     static_cast<int>(std::lround(window_.View().ConvertPictureToHost(500, 500).y() / Host().TwipsPerPixelY() * 2)));
+    const int rightEdge = static_cast<int>(std::lround((pictureRect.x() + pictureRect.width()) / Host().TwipsPerPixelX() * 2));
+    const QPoint nearEdge(rightEdge - 10, end.y() + 23);
+    window_.Scroller().ensureVisible(end.x(), end.y(), 300, 300);
+    QTest::mousePress(&Host(), Qt::LeftButton, Qt::NoModifier, end + QPoint(3, 3));
+    ASSERT_NE(Host().Captured(), nullptr);
+    QTest::mouseMove(&Host(), nearEdge);
+    const QRect inset = Host().Magnifier();
+    ASSERT_EQ(inset.size(), QSize(128, 128));
+    EXPECT_FALSE(inset.contains(nearEdge));
+    const QImage seen = Host().grab(inset).toImage();
+    const QPoint middle(seen.width() / 2, seen.height() / 2);
+    EXPECT_EQ(seen.pixelColor(middle + QPoint(20, 0)), QColor(Qt::darkGray));  // 5 pixels right: the picture
+    EXPECT_EQ(seen.pixelColor(middle + QPoint(60, 0)), ToQColor(Slide::kDefaultBackColor));  // 15: beyond it
+    QTest::mouseRelease(&Host(), Qt::LeftButton, Qt::NoModifier, nearEdge);
+    EXPECT_TRUE(Host().Magnifier().isEmpty());
+    // Where the pointer let go: 5 pixels of the station left of the 400 x 300 picture's edge.
+    EXPECT_NEAR(IconAt(1).LeaderX(), 1000 - 5 * 1000 / 400.0, 1);
+    EXPECT_NEAR(IconAt(1).LeaderY(), 500 + 11.5 * 1000 / 300, 1);
+    Key(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(IconAt(1).LeaderX(), 500);
+
+    // Ctrl and the wheel; the wheel alone scrolls.
+    const auto wheel = [&](Qt::KeyboardModifiers modifiers) {
+        QWheelEvent event(QPointF(100, 100), Host().mapToGlobal(QPointF(100, 100)), QPoint(), QPoint(0, -120), Qt::NoButton,
+                          modifiers, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&Host(), &event);
+    };
+    wheel(Qt::NoModifier);
+    EXPECT_DOUBLE_EQ(window_.Zoom(), 2.0);
+    wheel(Qt::ControlModifier);
+    EXPECT_DOUBLE_EQ(window_.Zoom(), 1.5);
+    Key(Qt::Key_0, Qt::ControlModifier);
+    EXPECT_LE(Host().width(), window_.Scroller().viewport()->width());
+    EXPECT_LE(Host().height(), window_.Scroller().viewport()->height());
+    Key(Qt::Key_1, Qt::ControlModifier);
+    EXPECT_DOUBLE_EQ(window_.Zoom(), 1.0);
+    EXPECT_EQ(Surface(1)->width(), box.width());
+
+    // Back to the window's own size, the slide takes the window again.
+    Command("mnuStationWindow")->trigger();
+    EXPECT_EQ(Host().size(), window_.Scroller().viewport()->size());
+}
+
+TEST_F(EditingComfortTest, ASelectionIsDraggedAsOneStepAndTheGridIsKept) {
+    window_.InsertIcon();
+    window_.InsertIcon();
+    Key(Qt::Key_A, Qt::ControlModifier);
+    std::vector<QPoint> before, places;
+    for (int i = 1; i <= 3; ++i) {
+        before.push_back(Surface(i)->pos());
+        places.emplace_back(IconAt(i).Left(), IconAt(i).Top());
+    }
+    QTest::mousePress(Surface(2), Qt::LeftButton, Qt::NoModifier, QPoint(4, 4));
+    QTest::mouseMove(Surface(2), QPoint(34, 24));
+    EXPECT_EQ(Host().Feedback().size(), 12u);  // a frame for each of the three
+    QTest::mouseRelease(Surface(2), Qt::LeftButton, Qt::NoModifier, QPoint(34, 24));
+    EXPECT_EQ(Host().Selected().size(), 3u);
+    const QPoint shift(IconAt(2).Left() - places[1].x(), IconAt(2).Top() - places[1].y());
+    EXPECT_GT(shift.x(), 0);
+    for (int i = 1; i <= 3; ++i) {
+        EXPECT_EQ(QPoint(IconAt(i).Left(), IconAt(i).Top()), places[static_cast<std::size_t>(i) - 1] + shift) << i;
+        EXPECT_NEAR(Surface(i)->x(), before[static_cast<std::size_t>(i) - 1].x() + 30, 1) << i;
+    }
+    Key(Qt::Key_Z, Qt::ControlModifier);
+    for (int i = 1; i <= 3; ++i) EXPECT_EQ(QPoint(IconAt(i).Left(), IconAt(i).Top()), places[static_cast<std::size_t>(i) - 1]) << i;
+
+    prompt_.texts = {std::string("40")};
+    Command("mnuGridSize")->trigger();
+    Command("mnuSnapToGrid")->trigger();
+    FormMain next;
+    EXPECT_TRUE(next.SnapsToGrid());
+    EXPECT_EQ(next.GridSize(), 40);
+    EXPECT_TRUE(next.findChild<QAction*>("mnuSnapToGrid")->isChecked());
+}
+
+TEST_F(EditingComfortTest, StationSizesComeFromTheSettingsAndABadListIsTold) {
+    RegEntry entry;
+    entry.CreateKey("Wexbridge");
+    entry.SetString("StationSizes", "1366x768;800x480");
+    FormMain listed;
+    EXPECT_NE(listed.findChild<QAction*>("mnuStation1366x768"), nullptr);
+    EXPECT_EQ(listed.findChild<QAction*>("mnuStation640x480"), nullptr);
+    EXPECT_TRUE(prompt_.shown.empty());
+    entry.SetString("StationSizes", "1366x768;huge");
+    FormMain told;
+    ASSERT_EQ(prompt_.shown.size(), 1u);
+    EXPECT_NE(prompt_.shown[0].text.find("StationSizes"), std::string::npos);
+    EXPECT_NE(prompt_.shown[0].text.find("\"huge\""), std::string::npos);
+    EXPECT_NE(told.findChild<QAction*>("mnuStation1920x1080"), nullptr);  // the defaults instead
+}
+
+TEST_F(EditingComfortTest, TheSlidePanelShowsGoesToAndReordersTheSlides) {
+    Command("mnuSlideLast")->trigger();
+    Command("mnuSlideAdd")->trigger();
+    SlideAt(3).SetName("C");
+    window_.ShowSlide(1);
+    FormSlidePanel& panel = window_.SlidePanel();
+    QListWidget& list = panel.List();
+    const auto names = [&] {
+        std::string order;
+        for (const auto& slide : window_.Document()->Slides()) order += slide->Name();
+        return order;
+    };
+    const auto centre = [&](int row) { return list.visualItemRect(list.item(row)).center(); };
+    ASSERT_EQ(list.count(), 3);
+    EXPECT_TRUE(list.item(2)->text().contains("3") && list.item(2)->text().contains("C"));
+    EXPECT_EQ(list.currentRow(), 0);
+
+    QTest::mouseClick(list.viewport(), Qt::LeftButton, Qt::NoModifier, centre(1));
+    EXPECT_EQ(window_.CurrentSlide(), 2);
+
+    // The first slide dragged below the last: as Down twice, in one step.
+    const QPoint below = list.visualItemRect(list.item(2)).bottomLeft() + QPoint(20, -3);
+    QTest::mousePress(list.viewport(), Qt::LeftButton, Qt::NoModifier, centre(0));
+    QTest::mouseMove(list.viewport(), centre(1));
+    QTest::mouseMove(list.viewport(), below);
+    QTest::mouseRelease(list.viewport(), Qt::LeftButton, Qt::NoModifier, below);
+    EXPECT_EQ(names(), "BCA");
+    EXPECT_EQ(window_.CurrentSlide(), 3);
+    EXPECT_TRUE(list.item(2)->text().contains("A"));
+    Key(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(names(), "ABC");
+    window_.ShowSlide(1);
+    Command("mnuSlideDown")->trigger();
+    Command("mnuSlideDown")->trigger();
+    EXPECT_EQ(names(), "BCA");
+    Key(Qt::Key_Z, Qt::ControlModifier);
+    Key(Qt::Key_Z, Qt::ControlModifier);
+    // Dropped on its own place, nothing moves and no step is made.
+    const int steps = window_.Session().UndoStack().count();
+    QTest::mousePress(list.viewport(), Qt::LeftButton, Qt::NoModifier, centre(1));
+    QTest::mouseMove(list.viewport(), centre(1) + QPoint(0, 12));
+    QTest::mouseRelease(list.viewport(), Qt::LeftButton, Qt::NoModifier, centre(1) + QPoint(0, 12));
+    EXPECT_EQ(names(), "ABC");
+    EXPECT_EQ(window_.Session().UndoStack().count(), steps);
+
+    // The right-click offers the slide commands for the slide it was made on.
+    QContextMenuEvent menu(QContextMenuEvent::Mouse, centre(2), list.viewport()->mapToGlobal(centre(2)));
+    QApplication::sendEvent(list.viewport(), &menu);
+    EXPECT_EQ(window_.CurrentSlide(), 3);
+    ASSERT_TRUE(panel.Menu().isVisible());
+    EXPECT_TRUE(panel.Menu().actions().contains(Command("mnuSlideDuplicate")));
+    panel.Menu().hide();
+    Key(Qt::Key_D, Qt::ControlModifier | Qt::ShiftModifier);
+    ASSERT_EQ(window_.Document()->Slides().Count(), 4);
+    EXPECT_EQ(SlideAt(4), SlideAt(3));
+    EXPECT_EQ(list.count(), 4);
+    Key(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(list.count(), 3);
+
+    // Drawn in the background as the slide is drawn, and drawn again when the slide changes.
+    QTRY_VERIFY(!panel.Drawing());
+    const QImage first = panel.Thumbnail(1);
+    ASSERT_FALSE(first.isNull());
+    EXPECT_EQ(first.width(), FormSlidePanel::kThumbnailWidth);
+    window_.ShowSlide(1);
+    prompt_.colors = {0x0000FF};
+    Command("mnuBackColor")->trigger();
+    QTRY_VERIFY(!panel.Drawing());
+    EXPECT_EQ(panel.Thumbnail(1).pixelColor(first.width() - 2, first.height() - 2), QColor(Qt::red));
+    EXPECT_NE(panel.Thumbnail(1), first);
+    // A disabled slide is greyed.
+    Command("mnuSlideEnabled")->trigger();
+    EXPECT_EQ(list.item(0)->foreground().color(), list.palette().color(QPalette::Disabled, QPalette::Text));
+    EXPECT_TRUE(list.item(0)->text().contains("disabled"));
 }
 
 }  // namespace

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <QtCore/QThreadPool>
+#include <QtCore/QTimer>
+#include <QtGui/QImage>
+#include <QtWidgets/QDockWidget>
+
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+class QListWidget;
+class QMenu;
+
+namespace kvo {
+
+class Slide;
+class SlideCollection;
+class SlideList;
+
+// The slide panel: every slide of the show as a small picture, drawn as the
+// slide itself is drawn, with its number and name, greyed when the operator
+// does not see it. A click goes to a slide, a drag puts it elsewhere, a
+// right-click offers the slide commands for it. The pictures are drawn one
+// at a time in the background and kept while their slide stays as it was.
+class FormSlidePanel final : public QDockWidget {
+    Q_OBJECT
+public:
+    static constexpr int kThumbnailWidth = 160;
+
+    explicit FormSlidePanel(QWidget* parent);
+    ~FormSlidePanel() override;
+
+    // Shows these slides (none: nothing), current (1-based) marked, as a host
+    // of hostPixels shows them.
+    void ShowSlides(const SlideCollection* slides, int current, const QSize& hostPixels);
+    // What the right-click offers, for the slide it was made on.
+    void SetMenuActions(const QList<QAction*>& actions);
+    QListWidget& List() const;
+    QMenu& Menu() const { return *menu_; }
+    // The picture shown for slide number, as drawn so far; null until it is.
+    QImage Thumbnail(int number) const;
+    // Whether pictures are still to be drawn.
+    bool Drawing() const { return running_ || !queue_.empty(); }
+
+signals:
+    void slideChosen(int number);
+    // A slide dragged from one place to another, both 1-based.
+    void moveRequested(int from, int to);
+
+private:
+    struct Thumb {
+        std::shared_ptr<const Slide> slide;  // the slide as it was drawn
+        std::string pictureKey;              // its picture as it was on disk
+        QImage image;
+    };
+
+    std::shared_ptr<Thumb> ThumbFor(const Slide& slide);
+    // Draws what is missing, the current slide's first, one at a time.
+    void Schedule();
+    void DrawNext();
+    void UpdateItems();
+
+    SlideList* list_;
+    QMenu* menu_;
+    std::vector<std::shared_ptr<Thumb>> thumbs_;  // one per slide shown, in order
+    std::deque<std::shared_ptr<Thumb>> queue_;
+    bool running_ = false;
+    int current_ = 0;
+    QSize hostPixels_;
+    QSize thumbSize_;
+    std::vector<bool> enabled_;
+    std::vector<std::string> names_;
+    QThreadPool drawer_;  // one thread, so that the editor keeps the other cores
+};
+
+}  // namespace kvo
