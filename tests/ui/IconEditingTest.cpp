@@ -160,17 +160,26 @@ TEST_F(IconEditingTest, LeaderEndsAreDraggedFromTheHost) {
     EXPECT_TRUE(host.Feedback().empty());
 }
 
-TEST_F(IconEditingTest, PropertiesFilterKeysAndEnableByTheRules) {
+// Keys, pastes and input methods pass one filter: what a key may not type,
+// a paste or a composed text may not bring in either.
+TEST_F(IconEditingTest, PropertiesFilterKeysPastesAndInputMethodsAlikeAndEnableByTheRules) {
     Icon icon;
     icon.SetSequenceNumber(0);
     FormIconProperties dialog(icon);
     auto* name = dialog.findChild<QLineEdit*>("txtIconName");
     auto* ok = dialog.findChild<QPushButton*>("cmdOK");
+    const auto paste = [](QLineEdit* field, const char* text) {
+        QGuiApplication::clipboard()->setText(text);
+        field->paste();
+    };
+    const auto compose = [name](const char* text) {
+        QInputMethodEvent event;
+        event.setCommitString(text);
+        QApplication::sendEvent(name, &event);
+    };
     EXPECT_EQ(name->text(), "1");  // 0 opens as 1
     name->clear();
-    QTest::keyClicks(name, "123456");
-    EXPECT_EQ(name->text(), "12345");
-    QTest::keyClicks(name, "a");
+    QTest::keyClicks(name, "12a3456");
     EXPECT_EQ(name->text(), "12345");
     const struct {
         const char* text;
@@ -180,13 +189,25 @@ TEST_F(IconEditingTest, PropertiesFilterKeysAndEnableByTheRules) {
         name->setText(n.text);
         EXPECT_EQ(ok->isEnabled(), n.enabled) << n.text;
     }
+    name->setText("12");
+    paste(name, "3a");
+    EXPECT_EQ(name->text(), "12");
+    paste(name, "345");
+    paste(name, "6");
+    EXPECT_EQ(name->text(), "12345");
+
     dialog.findChild<QRadioButton*>("optFeatureName")->setChecked(true);
     EXPECT_EQ(name->text(), "FtrName");
     name->clear();
+    paste(name, "f1 x");
+    EXPECT_EQ(name->text(), "");
     QTest::keyClicks(name, "f1");
     EXPECT_EQ(name->text(), "F1");
     EXPECT_FALSE(ok->isEnabled());
-    QTest::keyClicks(name, "0");
+    compose("0;");
+    EXPECT_EQ(name->text(), "F1");
+    compose("0");
+    EXPECT_EQ(name->text(), "F10");
     EXPECT_TRUE(ok->isEnabled());
     QTest::keyClicks(name, " x");
     EXPECT_EQ(name->text(), "F10X");  // the space is refused
@@ -194,8 +215,16 @@ TEST_F(IconEditingTest, PropertiesFilterKeysAndEnableByTheRules) {
     EXPECT_TRUE(ok->isEnabled());
     name->setText("FR");
     EXPECT_FALSE(ok->isEnabled());
+    name->setText("f2");  // as an icon from an old file may hold it
+    EXPECT_FALSE(ok->isEnabled());
 
+    // A number field keeps its number against a stray letter and clamps to its range.
     auto* bend = dialog.findChild<QLineEdit*>("txtLeaderBend");
+    bend->clear();
+    QTest::keyClicks(bend, "4x");
+    EXPECT_EQ(bend->text(), "4");
+    paste(bend, "x");
+    EXPECT_EQ(bend->text(), "4");
     bend->setText("150");
     EXPECT_EQ(bend->text(), "100");
     bend->setText("-5");
@@ -205,44 +234,6 @@ TEST_F(IconEditingTest, PropertiesFilterKeysAndEnableByTheRules) {
     big.SetSequenceNumber(40000);
     FormIconProperties bigDialog(big);
     EXPECT_EQ(bigDialog.findChild<QLineEdit*>("txtIconName")->text(), "32767");
-}
-
-TEST_F(IconEditingTest, PastedAndComposedNamesPassTheSameFilterAsKeys) {
-    Icon icon;
-    icon.SetFeatureName("BORE1");
-    FormIconProperties dialog(icon);
-    auto* name = dialog.findChild<QLineEdit*>("txtIconName");
-    auto* ok = dialog.findChild<QPushButton*>("cmdOK");
-    const auto paste = [name](const char* text) {
-        QGuiApplication::clipboard()->setText(text);
-        name->paste();
-    };
-    const auto compose = [name](const char* text) {
-        QInputMethodEvent event;
-        event.setCommitString(text);
-        QApplication::sendEvent(name, &event);
-    };
-    name->clear();
-    paste("f1 x");
-    EXPECT_EQ(name->text(), "");
-    paste("f1");
-    EXPECT_EQ(name->text(), "F1");
-    EXPECT_FALSE(ok->isEnabled());
-    compose("0;");
-    EXPECT_EQ(name->text(), "F1");
-    compose("0");
-    EXPECT_EQ(name->text(), "F10");
-    EXPECT_TRUE(ok->isEnabled());
-    name->setText("f2");  // as an icon from an old file may hold it
-    EXPECT_FALSE(ok->isEnabled());
-
-    dialog.findChild<QRadioButton*>("optSeqNum")->setChecked(true);
-    name->setText("12");
-    paste("3a");
-    EXPECT_EQ(name->text(), "12");
-    paste("345");
-    paste("6");
-    EXPECT_EQ(name->text(), "12345");
 }
 
 TEST_F(IconEditingTest, PropertiesWriteThroughTheIconOnlyOnOk) {
@@ -284,27 +275,6 @@ TEST_F(IconEditingTest, PropertiesWriteThroughTheIconOnlyOnOk) {
     EXPECT_EQ(icon.Values().Item(1).Row(), 2);
 }
 
-TEST_F(IconEditingTest, AStrayLetterInANumberFieldIsRefusedAndTheNumberKept) {
-    Icon icon;
-    FormIconProperties properties(icon);
-    auto* bend = properties.findChild<QLineEdit*>("txtLeaderBend");
-    bend->clear();
-    QTest::keyClicks(bend, "4x");
-    EXPECT_EQ(bend->text(), "4");
-    QGuiApplication::clipboard()->setText("x");
-    bend->paste();
-    EXPECT_EQ(bend->text(), "4");
-    Value cell;
-    FormIconContents contents(cell, "Cell");
-    auto* percent = contents.findChild<QLineEdit*>("txtPercent");
-    percent->clear();
-    QTest::keyClicks(percent, "8x");
-    EXPECT_EQ(percent->text(), "8");
-    percent->clear();
-    QTest::keyClicks(percent, "-");
-    EXPECT_EQ(percent->text(), "-");  // on the way to a number
-}
-
 TEST_F(IconEditingTest, ContentsRefuseOneSidedTolerancesInTheWrongColumns) {
     const struct {
         int column;
@@ -328,7 +298,7 @@ TEST_F(IconEditingTest, ContentsRefuseOneSidedTolerancesInTheWrongColumns) {
     }
 }
 
-TEST_F(IconEditingTest, ContentsCorrectThePercentageAndConfirmOnDoubleClick) {
+TEST_F(IconEditingTest, ContentsFilterAndCorrectThePercentageAndConfirmOnDoubleClick) {
     Value cell;
     FormIconContents dialog(cell, "Cell");
     auto* percent = dialog.findChild<QLineEdit*>("txtPercent");
@@ -336,6 +306,12 @@ TEST_F(IconEditingTest, ContentsCorrectThePercentageAndConfirmOnDoubleClick) {
     EXPECT_EQ(percent->text(), "1");
     percent->setText("250");
     EXPECT_EQ(percent->text(), "100");
+    percent->clear();
+    QTest::keyClicks(percent, "8x");
+    EXPECT_EQ(percent->text(), "8");
+    percent->clear();
+    QTest::keyClicks(percent, "-");
+    EXPECT_EQ(percent->text(), "-");  // on the way to a number
     percent->clear();
     auto* list = dialog.findChild<QListWidget*>("lstCharacteristics");
     dialog.findChild<QComboBox*>("cboDatatypeColumn")->setCurrentIndex(0);
