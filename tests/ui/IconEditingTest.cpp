@@ -105,59 +105,50 @@ TEST_F(IconEditingTest, AThousandSurfacesAtMostAndFreedIndicesAreReused) {
     EXPECT_EQ(CurrentSlide().Icons().Count(), 1000);
 }
 
-TEST_F(IconEditingTest, ARightClickOpensTheMenuAndNeverDrags) {
+// The view's drag rules are checked without Qt; here Qt's events reach them
+// through the surfaces and the host, and the main window counts the change.
+TEST_F(IconEditingTest, MouseEventsDragBoxesAndLeadersAndARightClickOnlyOpensTheMenu) {
     window_.InsertIcon();
-    const QPoint before = Surface(1)->pos();
-    Send(Surface(1), QEvent::MouseButtonPress, QPoint(3, 3), Qt::RightButton, Qt::RightButton);
-    EXPECT_TRUE(window_.IconMenu().isVisible());
-    EXPECT_TRUE(window_.Host().Feedback().empty());
-    Send(Surface(1), QEvent::MouseMove, QPoint(80, 60), Qt::NoButton, Qt::RightButton);
-    Send(Surface(1), QEvent::MouseButtonRelease, QPoint(80, 60), Qt::RightButton, Qt::NoButton);
-    EXPECT_EQ(Surface(1)->pos(), before);
-    window_.IconMenu().hide();
-
-    window_.View().SetLocked(true);  // locked: a left click also only opens the menu
-    Send(Surface(1), QEvent::MouseButtonPress, QPoint(3, 3), Qt::LeftButton, Qt::LeftButton);
-    EXPECT_TRUE(window_.IconMenu().isVisible());
-    EXPECT_TRUE(window_.Host().Feedback().empty());
-    window_.IconMenu().hide();
-}
-
-TEST_F(IconEditingTest, BoxDragsEndOnTheHostAndEveryMouseUpCountsAsAChange) {
-    window_.InsertIcon();
-    window_.FileSave();
     QWidget* box = Surface(1);
+    SlideHost& host = window_.Host();
     const QPoint before = box->pos();
+    Send(box, QEvent::MouseButtonPress, QPoint(3, 3), Qt::RightButton, Qt::RightButton);
+    EXPECT_TRUE(window_.IconMenu().isVisible());
+    Send(box, QEvent::MouseMove, QPoint(80, 60), Qt::NoButton, Qt::RightButton);
+    Send(box, QEvent::MouseButtonRelease, QPoint(80, 60), Qt::RightButton, Qt::NoButton);
+    EXPECT_EQ(box->pos(), before);
+    EXPECT_TRUE(host.Feedback().empty());
+    window_.IconMenu().hide();
+
+    window_.FileSave();
     Send(box, QEvent::MouseButtonPress, QPoint(5, 5), Qt::LeftButton, Qt::LeftButton);
     Send(box, QEvent::MouseButtonRelease, QPoint(5, 5), Qt::LeftButton, Qt::NoButton);
-    EXPECT_EQ(box->pos(), before);  // a click without movement stores nothing...
-    EXPECT_EQ(CurrentSlide().Icons().Item(1).Left(), 100);
-    EXPECT_FALSE(window_.Saved());  // ...but counts as a change, as it always has
-
+    EXPECT_EQ(box->pos(), before);
+    EXPECT_FALSE(window_.Saved());  // a click without movement counts as a change, as it always has
     Send(box, QEvent::MouseButtonPress, QPoint(5, 5), Qt::LeftButton, Qt::LeftButton);
-    EXPECT_EQ(window_.Host().Feedback().size(), 4u);
+    EXPECT_EQ(host.Feedback().size(), 4u);
     Send(box, QEvent::MouseMove, QPoint(3000, 5), Qt::NoButton, Qt::LeftButton);
     Send(box, QEvent::MouseButtonRelease, QPoint(3000, 5), Qt::LeftButton, Qt::NoButton);
-    EXPECT_TRUE(window_.Host().Feedback().empty());
-    EXPECT_EQ(box->x() + box->width(), window_.Host().width());
+    EXPECT_EQ(box->x() + box->width(), host.width());
     EXPECT_GT(CurrentSlide().Icons().Item(1).Left(), 800);
-}
 
-TEST_F(IconEditingTest, LeaderEndsAreDraggedFromTheHost) {
-    window_.InsertIcon();
-    SlideHost& host = window_.Host();
     const QPoint end = window_.View().ConvertPictureToHost(500, 500);
     const QPoint pixel(static_cast<int>(end.x() / host.TwipsPerPixelX()), static_cast<int>(end.y() / host.TwipsPerPixelY()));
     Send(&host, QEvent::MouseMove, pixel + QPoint(1, 0), Qt::NoButton, Qt::NoButton);
     EXPECT_EQ(host.cursor().shape(), Qt::CrossCursor);
     Send(&host, QEvent::MouseButtonPress, pixel, Qt::LeftButton, Qt::LeftButton);
-    ASSERT_EQ(host.Feedback().size(), 1u);
-    EXPECT_EQ(host.Feedback()[0].size(), QSize(3, 3));
+    EXPECT_EQ(host.Feedback().size(), 1u);
     Send(&host, QEvent::MouseMove, QPoint(host.width() - 1, 2), Qt::NoButton, Qt::LeftButton);
     Send(&host, QEvent::MouseButtonRelease, QPoint(host.width() - 1, 2), Qt::LeftButton, Qt::NoButton);
     EXPECT_EQ(CurrentSlide().Icons().Item(1).LeaderX(), 1000);  // beyond the picture: on its border
     EXPECT_EQ(CurrentSlide().Icons().Item(1).LeaderY(), 0);
     EXPECT_TRUE(host.Feedback().empty());
+
+    window_.View().SetLocked(true);  // locked: a left click also only opens the menu
+    Send(box, QEvent::MouseButtonPress, QPoint(3, 3), Qt::LeftButton, Qt::LeftButton);
+    EXPECT_TRUE(window_.IconMenu().isVisible());
+    EXPECT_TRUE(host.Feedback().empty());
+    window_.IconMenu().hide();
 }
 
 // Keys, pastes and input methods pass one filter: what a key may not type,
