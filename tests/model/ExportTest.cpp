@@ -102,6 +102,7 @@ TEST_F(ExportTest, PackageErrorsKeepTheirNumbersAndSources) {
     const Error twice = RaisedBy([&] { package.OpenForWrite(package_, "n", "c"); });
     EXPECT_EQ(twice.Number(), 1003);
     EXPECT_EQ(twice.Source(), "OpenForWrite");
+    EXPECT_EQ(RaisedBy([&] { package.OpenForRead(package_); }).Source(), "Export.Read");
     EXPECT_EQ(RaisedBy([&] { package.ReadString(); }).Number(), 1004);  // open, but for writing
     package.FileClose();
 

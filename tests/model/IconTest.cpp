@@ -215,15 +215,17 @@ TEST_F(IconTest, UpdateMatchesByNumberOrByTrimmedUpperCaseName) {
     EXPECT_EQ(empty.Version(), 2);
 }
 
-// Sums and tolerances of averages are checked with whole reports; here what
-// keeps a part out: taken already, a full set, a reading never evaluated, or
-// an icon whose name was typed otherwise.
+// Sums of averages are checked with whole reports; here the tolerances an
+// average takes from its first part, and what keeps a part out: taken
+// already, a full set, a reading never evaluated, a name typed otherwise.
 TEST_F(IconTest, SampleSetsCountEachPartOncePerCell) {
     Icon measured;
     measured.SetFeatureName("Bore1");
     Value& reading = measured.Values().Add();
     reading.SetCurrentValue(Variant(0.021));
     reading.SetTolerance(ToleranceState::InBand);
+    reading.SetPlusTol(0.1);
+    reading.SetGotTols(true);
     measured.Values().Add().SetColumn(2);
 
     Icon average;
@@ -236,6 +238,8 @@ TEST_F(IconTest, SampleSetsCountEachPartOncePerCell) {
     EXPECT_EQ(collector.SummCount(), 2);
     EXPECT_DOUBLE_EQ(collector.Summ(), 0.042);
     EXPECT_EQ(collector.LogItem(2), "part 2");
+    EXPECT_TRUE(collector.GotTols());
+    EXPECT_DOUBLE_EQ(collector.PlusTol(), 0.1);
     EXPECT_EQ(average.Values().Item(2).SummCount(), 0);
 
     Icon other;

@@ -55,6 +55,8 @@ TEST(Variant, ConversionsFollowTheRuntime) {
     EXPECT_EQ(Variant(" 0.05 ").ToDouble(), 0.05);
     EXPECT_EQ(Variant(true).ToDouble(), -1.0);
     EXPECT_EQ(Variant(2.5).ToInteger(), 2);
+    EXPECT_EQ(Variant("7").ToLong(), 7);
+    EXPECT_TRUE(Variant("True").ToBoolean());
     EXPECT_EQ(RaisedBy([] { Variant::MakeNull().ToDouble(); }).Number(), 94);
     EXPECT_EQ(RaisedBy([] { Variant::MakeNull().ToText(); }).Number(), 94);
     EXPECT_EQ(RaisedBy([] { Variant::MakeUnsupported(9).ToDouble(); }).Number(), 13);

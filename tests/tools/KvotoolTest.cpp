@@ -137,6 +137,19 @@ TEST_F(KvotoolTest, ResultsListsTheExampleQifAndEvaluateTakesTheChosenPart) {
     EXPECT_NE(out.find(results + " holds 2 results; there is no result 3."), std::string::npos) << out;
 }
 
+// One icon per feature of the widget, though most features have several
+// characteristics; the icons' states are checked in the model's tests.
+TEST_F(KvotoolTest, NewFromResultsMakesOneIconPerFeature) {
+    const std::string widget = std::string(KVO_SOURCE_DIR) + "/../shared/corpus/qif/WIDGET_QIF_RESULTS.QIF";
+    if (!std::filesystem::exists(widget)) GTEST_SKIP() << widget << " is not there; skipped";
+    const std::string show = dir_.File("widget.pdz");
+    std::string out;
+    ASSERT_EQ(Run("new --from-results " + widget + " -o " + show, &out), 0) << out;
+    ASSERT_EQ(Run("info " + show, &out), 0) << out;
+    EXPECT_NE(out.find("Icons:       19"), std::string::npos) << out;
+    EXPECT_NE(out.find("Files:       none"), std::string::npos) << out;
+}
+
 TEST_F(KvotoolTest, ExportAndImportThroughTheTool) {
     // A copy of the example whose pictures are this test's own.
     const std::string samples = JoinPath(EditorDataDirectory(), "samples");
