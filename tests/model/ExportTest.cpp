@@ -10,7 +10,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <iostream>
 #include <map>
 #include <random>
 #include <vector>
@@ -104,7 +103,7 @@ TEST_F(ExportTest, PackageErrorsKeepTheirNumbersAndSources) {
     EXPECT_EQ(twice.Number(), 1003);
     EXPECT_EQ(twice.Source(), "OpenForWrite");
     EXPECT_EQ(RaisedBy([&] { package.OpenForRead(package_); }).Source(), "Export.Read");
-    EXPECT_EQ(RaisedBy([&] { package.ReadString(); }).Number(), 1004);
+    EXPECT_EQ(RaisedBy([&] { package.ReadString(); }).Number(), 1004);  // open, but for writing
     package.FileClose();
 
     test::WriteFile(dir_.File("show.pdz"), "BLOCK SlideShow\r\nEND\r\n");
@@ -128,29 +127,6 @@ TEST_F(ExportTest, FileListsIgnoreCaseAndDuplicates) {
     EXPECT_EQ(DefaultPackagePath("/srv/Line1.PDX"), "/srv/Line1.exp");
     EXPECT_EQ(DefaultPackagePath("/srv/Line1.txt"), "/srv/Line1.txt.exp");
     EXPECT_EQ(DefaultPackagePath("pdz"), "pdz.exp");
-}
-
-TEST_F(ExportTest, ExportAndImportMoveAShowWithItsPictures) {
-    const std::string show = MakeShow();
-    ExportSlideShow(show, package_, "to station 2");
-    const PackageInfo info = ReadPackageInfo(package_);
-    EXPECT_EQ(info.name, show);
-    EXPECT_EQ(info.comment, "to station 2");
-    ASSERT_EQ(info.files.size(), 2u);
-    EXPECT_EQ(info.files[0].path, Picture("front.bmp"));
-    EXPECT_EQ(info.files[0].bytes, 16385);
-
-    // On the other station the pictures are not there yet: they land where they were.
-    std::filesystem::remove_all(dir_.File("pictures"));
-    test::RecordingPrompt prompt;
-    const std::string target = dir_.File("station2/Line1.pdz");
-    const FileDataCollection landed = ImportSlideShow(package_, target).value();
-    EXPECT_TRUE(prompt.asked.empty());
-    EXPECT_EQ(test::ReadFile(Picture("front.bmp")), std::string(16385, 'F'));
-    EXPECT_EQ(landed.FindNewFileName(Picture("top.bmp")), Picture("top.bmp"));
-    SlideShow imported;
-    imported.LoadFromFile(target);
-    EXPECT_EQ(imported.Slides().Item(2).PictureFile(), Picture("top.bmp"));
 }
 
 TEST_F(ExportTest, ExistingFilesAreKeptOrReplacedAsTheUserAnswers) {
@@ -195,18 +171,6 @@ TEST_F(ExportTest, MissingPicturesStopTheExportBeforeThePackageIsTouched) {
     EXPECT_EQ(error.Number(), 53);
     EXPECT_EQ(error.Description(), "File not found '" + Picture("top.bmp") + "'.");
     EXPECT_EQ(test::ReadFile(package_), "old package");
-}
-
-TEST_F(ExportTest, DamagedPackagesFailBeforeWritingAnything) {
-    const std::string show = MakeShow();
-    ExportSlideShow(show, package_, "");
-    const std::string bytes = test::ReadFile(package_);
-    test::WriteFile(package_, bytes.substr(0, bytes.size() - 100));
-    std::filesystem::remove_all(dir_.File("pictures"));
-    const Error error = RaisedBy([&] { ImportSlideShow(package_, dir_.File("station2/Line1.pdz")); });
-    EXPECT_EQ(error.Number(), 62);
-    EXPECT_NE(error.Description().find(Picture("top.bmp")), std::string::npos) << error.Description();
-    EXPECT_FALSE(std::filesystem::exists(Picture("top.bmp")));
 }
 
 // A package with an empty show followed by the given picture entries, each holding "x".
@@ -303,6 +267,10 @@ TEST_F(ExportTest, AFailedImportLeavesEveryExistingFileAsItWas) {
         prompt.answers = {OverwriteAnswer::YesToAll};
         const Error error = RaisedBy([&] { ImportSlideShow(package_, target); });
         EXPECT_NE(error.Number(), 0);
+        if (&p == &packages[2]) {
+            EXPECT_EQ(error.Number(), 62);
+            EXPECT_NE(error.Description().find(Picture("top.bmp")), std::string::npos) << error.Description();
+        }
         if (&p == &packages[0]) {  // the package is named, not the user's show
             EXPECT_EQ(error.Description().rfind(FormatResString(Str::ImportShowUnreadable, {package_, ""}), 0), 0u)
                 << error.Description();
@@ -363,7 +331,7 @@ TEST_F(ExportTest, AnImportKilledAnywhereLeavesTheOldFilesOrTheCompleteNewOnes) 
     const char* runsGiven = std::getenv("KVO_KILL_RUNS");
     const int runs = runsGiven != nullptr ? std::atoi(runsGiven) : 30;
     std::mt19937 random(11);
-    int mixed = 0, stillOld = 0;
+    int mixed = 0;
     for (int run = 0; run < runs; ++run) {
         for (const auto& [path, bytes] : old) test::WriteFile(path, bytes);
         const pid_t child = fork();
@@ -380,13 +348,11 @@ TEST_F(ExportTest, AnImportKilledAnywhereLeavesTheOldFilesOrTheCompleteNewOnes) 
         for (const auto& [path, bytes] : old) {
             const std::string now = test::ReadFile(path);
             if (now != bytes && now != complete.at(path)) ++mixed;
-            if (now == bytes) ++stillOld;
         }
         for (const auto& entry : std::filesystem::directory_iterator(dir_.File("pictures")))
             if (entry.path().filename().string().front() == '.') std::filesystem::remove(entry.path());  // a killed import's
     }
     EXPECT_EQ(mixed, 0) << "of " << runs << " killed imports";
-    std::cout << "killed imports: " << runs << ", files found old: " << stillOld << " of " << runs * 3 << '\n';
 }
 
 TEST_F(ExportTest, WhatIsNoOrdinaryFileIsNeverReplacedAndCaseMakesTwoFiles) {
@@ -430,18 +396,38 @@ TEST_F(ExportTest, WhatIsNoOrdinaryFileIsNeverReplacedAndCaseMakesTwoFiles) {
     EXPECT_TRUE(std::filesystem::is_fifo(Picture("Front.bmp")));
 }
 
-TEST_F(ExportTest, FilesOutsideTheShowsFolderAreListedAndWrittenOnlyWhenAllowed) {
+// On the other station the pictures are not there yet: they land where they
+// were, but outside the show's folder only when the user allows it.
+TEST_F(ExportTest, ExportAndImportMoveAShowWithItsPicturesAndAskBeforeWritingOutsideItsFolder) {
     const std::string show = MakeShow();
-    ExportSlideShow(show, package_, "");
+    ExportSlideShow(show, package_, "to station 2");
+    const PackageInfo info = ReadPackageInfo(package_);
+    EXPECT_EQ(info.name, show);
+    EXPECT_EQ(info.comment, "to station 2");
+    ASSERT_EQ(info.files.size(), 2u);
+    EXPECT_EQ(info.files[0].path, Picture("front.bmp"));
+    EXPECT_EQ(info.files[0].bytes, 16385);
+
     std::filesystem::remove_all(dir_.File("pictures"));
     test::RecordingPrompt prompt;
     prompt.allowFiles = false;
-    EXPECT_FALSE(ImportSlideShow(package_, dir_.File("station2/Line1.pdz")).has_value());
+    const std::string target = dir_.File("station2/Line1.pdz");
+    EXPECT_FALSE(ImportSlideShow(package_, target).has_value());
     ASSERT_EQ(prompt.confirmed.size(), 1u);
     EXPECT_EQ(prompt.confirmed[0].files, std::vector<std::string>({Picture("front.bmp"), Picture("top.bmp")}));
     EXPECT_FALSE(std::filesystem::exists(dir_.File("station2")));
     EXPECT_FALSE(std::filesystem::exists(dir_.File("pictures")));
+    prompt.allowFiles = true;
+    const FileDataCollection landed = ImportSlideShow(package_, target).value();
+    EXPECT_TRUE(prompt.asked.empty());
+    EXPECT_EQ(test::ReadFile(Picture("front.bmp")), std::string(16385, 'F'));
+    EXPECT_EQ(landed.FindNewFileName(Picture("top.bmp")), Picture("top.bmp"));
+    SlideShow imported;
+    imported.LoadFromFile(target);
+    EXPECT_EQ(imported.Slides().Item(2).PictureFile(), Picture("top.bmp"));
+
     // Into the pictures' own folder, or one above it, nothing is asked.
+    std::filesystem::remove_all(dir_.File("pictures"));
     prompt.confirmed.clear();
     ASSERT_TRUE(ImportSlideShow(package_, Picture("Line1.pdz")).has_value());
     ASSERT_TRUE(ImportSlideShow(package_, dir_.File("Line1.pdz")).has_value());

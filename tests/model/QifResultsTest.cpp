@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <numeric>
 #include <set>
 
 #include "ModelTestSupport.h"
@@ -23,21 +24,15 @@ protected:
 
     static std::string Corpus(const char* name) { return (kCorpus / name).string(); }
 
-    // A show with one icon per feature of the results and one deviation cell
-    // per report row its measurements fill.
+    static std::vector<int32_t> AllFeatures(const QifResults& results) {
+        std::vector<int32_t> all(results.Features().size());
+        std::iota(all.begin(), all.end(), 1);
+        return all;
+    }
+
+    // A slide of icons for every feature of the results, as the editor makes them.
     static void AddIcons(SlideShow& show, const QifResults& results) {
-        Slide& slide = show.Slides().Add();
-        for (std::size_t i = 0; i < results.Features().size(); ++i) {
-            Icon& icon = slide.Icons().Add();
-            icon.SetFeatureName(results.Features()[i]);
-            std::set<int16_t> rows;
-            for (const auto& m : results.Measurements(1))
-                if (m.feature == static_cast<int32_t>(i) + 1 && m.row != 0 && rows.insert(m.row).second) {
-                    Value& cell = icon.Values().Add();
-                    cell.SetRow(m.row);
-                    cell.SetGeometricSymbol(m.symbol);
-                }
-        }
+        AddIconsFromResults(show.Slides().Add(), results, AllFeatures(results), [](const Icon&) { return IconExtent{10, 10}; });
     }
 
     test::TempDir dir_;
@@ -119,9 +114,7 @@ TEST_F(QifResultsTest, IconsFromResultsDoNotOverlapAndEvaluateToTheListedStates)
     own.SetLeft(100);
     own.SetTop(100);
     const auto extentOf = [](const Icon& icon) { return IconExtent{150, 40 + 30 * icon.Values().Count()}; };
-    std::vector<int32_t> all;
-    for (std::size_t i = 1; i <= widget.Features().size(); ++i) all.push_back(static_cast<int32_t>(i));
-    AddIconsFromResults(slide, widget, all, extentOf);
+    AddIconsFromResults(slide, widget, AllFeatures(widget), extentOf);
     ASSERT_EQ(slide.Icons().Count(), 20);
 
     for (int32_t i = 1; i <= slide.Icons().Count(); ++i) {

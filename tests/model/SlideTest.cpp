@@ -5,7 +5,6 @@
 #include <sstream>
 
 #include "ModelTestSupport.h"
-#include "model/FileDataCollection.h"
 #include "model/SlideCollection.h"
 #include "services/Language.h"
 #include "services/StringIds.h"
@@ -128,29 +127,6 @@ TEST_F(SlideTest, CollectionAddsInsertsMovesAndRemoves) {
     EXPECT_EQ(RaisedBy([&] { slides.Remove(0); }).Number(), 9);
     slides.Terminate();
     EXPECT_EQ(names(), "B,");
-}
-
-TEST_F(SlideTest, ToleranceOverSlidesAndFileLists) {
-    SlideCollection slides;
-    slides.Add().Icons().Add().Values().Add().SetTolerance(1);
-    slides.Add().Icons().Add().Values().Add().SetTolerance(3);
-    slides.Add();
-    EXPECT_FALSE(slides.IsOutOfTolerance(1));
-    EXPECT_TRUE(slides.IsOutOfTolerance(2));
-    EXPECT_FALSE(slides.IsOutOfTolerance(3));
-    EXPECT_EQ(slides.WorstTolerance(), 3);
-
-    test::TempDir dir;
-    test::WriteFile(dir.File("pic.bmp"), "BM");
-    FileDataCollection files;
-    slides.Item(1).SetPictureFile(dir.File("pic.bmp"));
-    slides.Item(1).BuildFileList(files);
-    slides.Item(2).SetPictureFile(dir.File("missing.bmp"));
-    const Error missing = RaisedBy([&] { slides.Item(2).BuildFileList(files); });
-    EXPECT_EQ(missing.Number(), 53);
-    EXPECT_EQ(missing.Source(), "Slide");
-    EXPECT_EQ(missing.Description(), "File not found '" + dir.File("missing.bmp") + "'.");
-    EXPECT_EQ(files.Count(), 1);
 }
 
 }  // namespace
