@@ -16,6 +16,9 @@ namespace kvo {
 
 namespace {
 
+constexpr KeyTable kKeys{"LEFT",      "TOP",       "LEADERCOLOR",   "LEADERX",  "LEADERY",  "DRAWLEADER", "BENDPOINT", "ISVERTICAL",
+                         "FEATURENAME", "SEQNUMBER", "DISPLAYDIGITS", "FONTNAME", "FONTSIZE", "FONTBOLD",   "FONTCOLOR", "NAMECOLOR"};
+
 constexpr const char* kIndent = "\t\t";
 constexpr const char* kKeyIndent = "\t\t\t";
 constexpr const char* kLineEnd = "\r\n";
@@ -90,27 +93,29 @@ void Icon::LoadFromFile(BlockParser& parser) {
         }
         // Some keys go through the properties (clamped, named, counted), the rest are
         // stored as the file has them, beyond the limits if need be.
-        const std::string& key = parser.Key();
-        const std::string& text = parser.Value();
-        if (key == "LEFT") left_ = ToLong(text);
-        else if (key == "TOP") top_ = ToLong(text);
-        else if (key == "LEADERCOLOR") leaderColor_ = ToLong(text);
-        else if (key == "LEADERX") SetLeaderX(ToLong(text));
-        else if (key == "LEADERY") SetLeaderY(ToLong(text));
-        else if (key == "DRAWLEADER") drawLeader_ = ToBoolean(text);
-        else if (key == "BENDPOINT") bendPoint_ = ToInteger(text);
-        else if (key == "ISVERTICAL") isVertical_ = ToBoolean(text);
-        else if (key == "FEATURENAME") SetFeatureName(text);
-        else if (key == "SEQNUMBER") SetSequenceNumber(ToLong(text));
-        else if (key == "DISPLAYDIGITS") SetDisplayDigits(ToInteger(text));
-        else if (key == "FONTNAME") fontName_ = text;
-        else if (key == "FONTSIZE") SetFontSize(ToInteger(text));
-        else if (key == "FONTBOLD") SetFontBold(ToBoolean(text));
-        else if (key == "FONTCOLOR") fontColor_ = ToLong(text);
-        else if (key == "NAMECOLOR") nameColor_ = ToLong(text);
-        else
-            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon", Excerpt(key), parser.CurrentLine()}),
-                                    LoadResString(Str::IconLoadTitle), MessageKind::Information);
+        const std::string_view key = parser.Key();
+        const std::string_view text = parser.Value();
+        switch (kKeys.Find(key)) {
+            case kKeys["LEFT"]: left_ = ToLong(text); break;
+            case kKeys["TOP"]: top_ = ToLong(text); break;
+            case kKeys["LEADERCOLOR"]: leaderColor_ = ToLong(text); break;
+            case kKeys["LEADERX"]: SetLeaderX(ToLong(text)); break;
+            case kKeys["LEADERY"]: SetLeaderY(ToLong(text)); break;
+            case kKeys["DRAWLEADER"]: drawLeader_ = ToBoolean(text); break;
+            case kKeys["BENDPOINT"]: bendPoint_ = ToInteger(text); break;
+            case kKeys["ISVERTICAL"]: isVertical_ = ToBoolean(text); break;
+            case kKeys["FEATURENAME"]: SetFeatureName(text); break;
+            case kKeys["SEQNUMBER"]: SetSequenceNumber(ToLong(text)); break;
+            case kKeys["DISPLAYDIGITS"]: SetDisplayDigits(ToInteger(text)); break;
+            case kKeys["FONTNAME"]: fontName_ = text; break;
+            case kKeys["FONTSIZE"]: SetFontSize(ToInteger(text)); break;
+            case kKeys["FONTBOLD"]: SetFontBold(ToBoolean(text)); break;
+            case kKeys["FONTCOLOR"]: fontColor_ = ToLong(text); break;
+            case kKeys["NAMECOLOR"]: nameColor_ = ToLong(text); break;
+            default:
+                CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon", Excerpt(key), parser.CurrentLine()}),
+                                        LoadResString(Str::IconLoadTitle), MessageKind::Information);
+        }
     }
 }
 

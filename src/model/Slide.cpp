@@ -17,6 +17,8 @@ namespace kvo {
 
 namespace {
 
+constexpr KeyTable kKeys{"NAME", "ENABLED", "GRAPHIC", "BACKCOLOR", "LEFT", "TOP", "WIDTH", "HEIGHT", "KEY", "HELPTOPIC"};
+
 constexpr const char* kLineEnd = "\r\n";
 constexpr const char* kPictureTitle = "Set Picture File";
 
@@ -50,21 +52,23 @@ void Slide::LoadFromFile(BlockParser& parser) {
             icons_.AddFromFile(parser);
             continue;
         }
-        const std::string& key = parser.Key();
-        const std::string& text = parser.Value();
-        if (key == "NAME") name_ = text;
-        else if (key == "ENABLED") enabled_ = ToBoolean(text);
-        else if (key == "GRAPHIC") pictureFile_ = text;  // as written: no path check on load
-        else if (key == "BACKCOLOR") backColor_ = ToLong(text);
-        else if (key == "LEFT") left_ = ToInteger(text);
-        else if (key == "TOP") top_ = ToInteger(text);
-        else if (key == "WIDTH") width_ = ToInteger(text);
-        else if (key == "HEIGHT") height_ = ToInteger(text);
-        else if (key == "KEY") continue;  // written by an older layout; means nothing now
-        else if (key == "HELPTOPIC") helpTopic_ = ToInteger(text);
-        else
-            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Slide", Excerpt(key), parser.CurrentLine()}),
-                                    LoadResString(Str::SlideLoadTitle), MessageKind::Information);
+        const std::string_view key = parser.Key();
+        const std::string_view text = parser.Value();
+        switch (kKeys.Find(key)) {
+            case kKeys["NAME"]: name_ = text; break;
+            case kKeys["ENABLED"]: enabled_ = ToBoolean(text); break;
+            case kKeys["GRAPHIC"]: pictureFile_ = text; break;  // as written: no path check on load
+            case kKeys["BACKCOLOR"]: backColor_ = ToLong(text); break;
+            case kKeys["LEFT"]: left_ = ToInteger(text); break;
+            case kKeys["TOP"]: top_ = ToInteger(text); break;
+            case kKeys["WIDTH"]: width_ = ToInteger(text); break;
+            case kKeys["HEIGHT"]: height_ = ToInteger(text); break;
+            case kKeys["KEY"]: break;  // written by an older layout; means nothing now
+            case kKeys["HELPTOPIC"]: helpTopic_ = ToInteger(text); break;
+            default:
+                CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Slide", Excerpt(key), parser.CurrentLine()}),
+                                        LoadResString(Str::SlideLoadTitle), MessageKind::Information);
+        }
     }
 }
 

@@ -106,15 +106,18 @@ void SlideShow::ReadText(BlockParser& parser) {
         throw Error(ErrorNumber::LoadStructure, title, FormatResString(Str::LoadTrailingText, {parser.CurrentLine()}));
 }
 
-void SlideShow::HandleKey(const std::string& key, const std::string& value, int32_t line) {
-    if (key == "NAME") name_ = value;
-    else if (key == "DESCRIPTION") description_ = value;
-    else if (key == "CUSTOMER") customer_ = value;
-    else if (key == "HELPFILE") helpFile_ = value;
-    else if (key == "HELPTOPIC") helpTopic_ = ToInteger(value);
-    else
-        CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"SlideShow", Excerpt(key), line}),
-                                LoadResString(Str::SlideShowLoadTitle), MessageKind::Information);
+void SlideShow::HandleKey(std::string_view key, std::string_view value, int32_t line) {
+    static constexpr KeyTable kKeys{"NAME", "DESCRIPTION", "CUSTOMER", "HELPFILE", "HELPTOPIC"};
+    switch (kKeys.Find(key)) {
+        case kKeys["NAME"]: name_ = value; break;
+        case kKeys["DESCRIPTION"]: description_ = value; break;
+        case kKeys["CUSTOMER"]: customer_ = value; break;
+        case kKeys["HELPFILE"]: helpFile_ = value; break;
+        case kKeys["HELPTOPIC"]: helpTopic_ = ToInteger(value); break;
+        default:
+            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"SlideShow", Excerpt(key), line}),
+                                    LoadResString(Str::SlideShowLoadTitle), MessageKind::Information);
+    }
 }
 
 void SlideShow::ReadBinaryRecord(BinaryStream& stream) {

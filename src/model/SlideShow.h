@@ -100,7 +100,7 @@ public:
 
 private:
     void ReadText(BlockParser& parser);
-    void HandleKey(const std::string& key, const std::string& value, int32_t line);
+    void HandleKey(std::string_view key, std::string_view value, int32_t line);
     void ReadBinaryRecord(BinaryStream& stream);
 
     SlideCollection slides_;

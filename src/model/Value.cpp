@@ -17,6 +17,8 @@ namespace kvo {
 
 namespace {
 
+constexpr KeyTable kKeys{"TYPE", "SYMBOL", "ROW", "COLUMN", "FORMAT", "PERCENTAGE", "VALUE", "TOLERANCE", "ISLIMIT"};
+
 constexpr const char* kIndent = "\t\t\t";
 constexpr const char* kLineEnd = "\r\n";
 
@@ -70,20 +72,22 @@ void Value::LoadFromFile(BlockParser& parser) {
             throw Error(ErrorNumber::LoadStructure, LoadResString(Str::ValueLoadTitle),
                         FormatResString(Str::LoadUnexpectedBlock,
                                         {"BLOCK", parser.CurrentLine(), "none", parser.BlockType()}));
-        const std::string& key = parser.Key();
-        const std::string& text = parser.Value();
-        if (key == "TYPE") type_ = text;
-        else if (key == "SYMBOL") symbol_ = ToInteger(text);
-        else if (key == "ROW") row_ = ToInteger(text);
-        else if (key == "COLUMN") column_ = ToInteger(text);
-        else if (key == "FORMAT") decimals_ = ToInteger(text);
-        else if (key == "PERCENTAGE") fraction_ = ToDouble(text);
-        else if (key == "VALUE") currentValue_ = Variant::Decode(text);
-        else if (key == "TOLERANCE") tolerance_ = ToInteger(text);
-        else if (key == "ISLIMIT") isLimit_ = ToBoolean(text);
-        else
-            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon Value", Excerpt(key), parser.CurrentLine()}),
-                                    LoadResString(Str::ValueLoadTitle), MessageKind::Information);
+        const std::string_view key = parser.Key();
+        const std::string_view text = parser.Value();
+        switch (kKeys.Find(key)) {
+            case kKeys["TYPE"]: type_ = text; break;
+            case kKeys["SYMBOL"]: symbol_ = ToInteger(text); break;
+            case kKeys["ROW"]: row_ = ToInteger(text); break;
+            case kKeys["COLUMN"]: column_ = ToInteger(text); break;
+            case kKeys["FORMAT"]: decimals_ = ToInteger(text); break;
+            case kKeys["PERCENTAGE"]: fraction_ = ToDouble(text); break;
+            case kKeys["VALUE"]: currentValue_ = Variant::Decode(text); break;
+            case kKeys["TOLERANCE"]: tolerance_ = ToInteger(text); break;
+            case kKeys["ISLIMIT"]: isLimit_ = ToBoolean(text); break;
+            default:
+                CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon Value", Excerpt(key), parser.CurrentLine()}),
+                                        LoadResString(Str::ValueLoadTitle), MessageKind::Information);
+        }
     }
 }
 
