@@ -5,6 +5,7 @@
 #include "BinaryStream.h"
 #include "BlockParser.h"
 #include "HostReport.h"
+#include "TextOut.h"
 #include "services/Convert.h"
 #include "services/Error.h"
 #include "services/Language.h"
@@ -19,9 +20,6 @@ namespace {
 constexpr KeyTable kKeys{"LEFT",      "TOP",       "LEADERCOLOR",   "LEADERX",  "LEADERY",  "DRAWLEADER", "BENDPOINT", "ISVERTICAL",
                          "FEATURENAME", "SEQNUMBER", "DISPLAYDIGITS", "FONTNAME", "FONTSIZE", "FONTBOLD",   "FONTCOLOR", "NAMECOLOR"};
 
-constexpr const char* kIndent = "\t\t";
-constexpr const char* kKeyIndent = "\t\t\t";
-constexpr const char* kLineEnd = "\r\n";
 constexpr const char* kDefaultName = "NEWICON";
 
 template <typename T>
@@ -119,26 +117,26 @@ void Icon::LoadFromFile(BlockParser& parser) {
     }
 }
 
-void Icon::SaveToFile(std::ostream& out) const {
-    out << kIndent << "BLOCK Icon" << kLineEnd;
-    if (isSequenceNumber_) out << kKeyIndent << "SEQNUMBER=" << sequenceNumber_ << kLineEnd;
-    else out << kKeyIndent << "FEATURENAME=" << TextValue(featureName_, "FEATURENAME") << kLineEnd;
-    out << kKeyIndent << "LEFT=" << left_ << kLineEnd;
-    out << kKeyIndent << "TOP=" << top_ << kLineEnd;
-    out << kKeyIndent << "DRAWLEADER=" << FormatBoolean(drawLeader_) << kLineEnd;
-    out << kKeyIndent << "LEADERCOLOR=" << leaderColor_ << kLineEnd;
-    out << kKeyIndent << "LEADERX=" << leaderX_ << kLineEnd;
-    out << kKeyIndent << "LEADERY=" << leaderY_ << kLineEnd;
-    out << kKeyIndent << "BENDPOINT=" << bendPoint_ << kLineEnd;
-    out << kKeyIndent << "ISVERTICAL=" << FormatBoolean(isVertical_) << kLineEnd;
-    out << kKeyIndent << "DISPLAYDIGITS=" << displayDigits_ << kLineEnd;
-    out << kKeyIndent << "FONTNAME=" << TextValue(fontName_, "FONTNAME") << kLineEnd;
-    out << kKeyIndent << "FONTSIZE=" << fontSize_ << kLineEnd;
-    out << kKeyIndent << "FONTBOLD=" << FormatBoolean(fontBold_) << kLineEnd;
-    out << kKeyIndent << "FONTCOLOR=" << fontColor_ << kLineEnd;
-    out << kKeyIndent << "NAMECOLOR=" << nameColor_ << kLineEnd;
+void Icon::SaveToFile(std::string& out) const {
+    out += "\t\tBLOCK Icon\r\n";
+    if (isSequenceNumber_) AppendLine(out, "\t\t\tSEQNUMBER=", sequenceNumber_);
+    else AppendLine(out, "\t\t\tFEATURENAME=", TextValue(featureName_, "FEATURENAME"));
+    AppendLine(out, "\t\t\tLEFT=", left_);
+    AppendLine(out, "\t\t\tTOP=", top_);
+    AppendLine(out, "\t\t\tDRAWLEADER=", drawLeader_);
+    AppendLine(out, "\t\t\tLEADERCOLOR=", leaderColor_);
+    AppendLine(out, "\t\t\tLEADERX=", leaderX_);
+    AppendLine(out, "\t\t\tLEADERY=", leaderY_);
+    AppendLine(out, "\t\t\tBENDPOINT=", bendPoint_);
+    AppendLine(out, "\t\t\tISVERTICAL=", isVertical_);
+    AppendLine(out, "\t\t\tDISPLAYDIGITS=", displayDigits_);
+    AppendLine(out, "\t\t\tFONTNAME=", TextValue(fontName_, "FONTNAME"));
+    AppendLine(out, "\t\t\tFONTSIZE=", fontSize_);
+    AppendLine(out, "\t\t\tFONTBOLD=", fontBold_);
+    AppendLine(out, "\t\t\tFONTCOLOR=", fontColor_);
+    AppendLine(out, "\t\t\tNAMECOLOR=", nameColor_);
     for (const auto& cell : values_) cell->SaveToFile(out);
-    out << kIndent << "END" << kLineEnd;
+    out += "\t\tEND\r\n";
 }
 
 void Icon::LoadFromBinary(BinaryStream& stream, int32_t version) {

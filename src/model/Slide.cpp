@@ -5,6 +5,7 @@
 #include "BlockParser.h"
 #include "FileDataCollection.h"
 #include "SlideShow.h"
+#include "TextOut.h"
 #include "services/Convert.h"
 #include "services/Error.h"
 #include "services/Language.h"
@@ -19,7 +20,6 @@ namespace {
 
 constexpr KeyTable kKeys{"NAME", "ENABLED", "GRAPHIC", "BACKCOLOR", "LEFT", "TOP", "WIDTH", "HEIGHT", "KEY", "HELPTOPIC"};
 
-constexpr const char* kLineEnd = "\r\n";
 constexpr const char* kPictureTitle = "Set Picture File";
 
 }  // namespace
@@ -72,19 +72,19 @@ void Slide::LoadFromFile(BlockParser& parser) {
     }
 }
 
-void Slide::SaveToFile(std::ostream& out) const {
-    out << "\tBLOCK Slide" << kLineEnd;
-    out << "\t\tNAME=" << TextValue(name_, "NAME") << kLineEnd;
-    out << "\t\tENABLED=" << FormatBoolean(enabled_) << kLineEnd;
-    out << "\t\tGRAPHIC=" << TextValue(pictureFile_, "GRAPHIC") << kLineEnd;
-    out << "\t\tBACKCOLOR=" << backColor_ << kLineEnd;
-    out << "\t\tLEFT=" << left_ << kLineEnd;
-    out << "\t\tTOP=" << top_ << kLineEnd;
-    out << "\t\tWIDTH=" << width_ << kLineEnd;
-    out << "\t\tHEIGHT=" << height_ << kLineEnd;
-    out << "\t\tHELPTOPIC=" << helpTopic_ << kLineEnd;
+void Slide::SaveToFile(std::string& out) const {
+    out += "\tBLOCK Slide\r\n";
+    AppendLine(out, "\t\tNAME=", TextValue(name_, "NAME"));
+    AppendLine(out, "\t\tENABLED=", enabled_);
+    AppendLine(out, "\t\tGRAPHIC=", TextValue(pictureFile_, "GRAPHIC"));
+    AppendLine(out, "\t\tBACKCOLOR=", backColor_);
+    AppendLine(out, "\t\tLEFT=", left_);
+    AppendLine(out, "\t\tTOP=", top_);
+    AppendLine(out, "\t\tWIDTH=", width_);
+    AppendLine(out, "\t\tHEIGHT=", height_);
+    AppendLine(out, "\t\tHELPTOPIC=", helpTopic_);
     for (const auto& icon : icons_) icon->SaveToFile(out);
-    out << "\tEND" << kLineEnd;
+    out += "\tEND\r\n";
 }
 
 void Slide::LoadFromBinary(BinaryStream& stream, int32_t version) {

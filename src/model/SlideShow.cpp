@@ -6,6 +6,7 @@
 #include "BinaryStream.h"
 #include "BlockParser.h"
 #include "FileDataCollection.h"
+#include "TextOut.h"
 #include "services/AtomicFile.h"
 #include "services/Convert.h"
 #include "services/Error.h"
@@ -18,8 +19,6 @@
 namespace kvo {
 
 namespace {
-
-constexpr const char* kLineEnd = "\r\n";
 
 // The version between the first and second "|" of a binary header; 0 when
 // there is none or it is no number.
@@ -138,27 +137,27 @@ void SlideShow::ReadBinaryRecord(BinaryStream& stream) {
     helpTopic_ = stream.GetInteger();
 }
 
-void SlideShow::WriteText(std::ostream& out) const {
-    out << "BLOCK SlideShow" << kLineEnd;
-    out << "\tNAME=" << TextValue(name_, "NAME") << kLineEnd;
-    out << "\tDESCRIPTION=" << TextValue(description_, "DESCRIPTION") << kLineEnd;
-    out << "\tCUSTOMER=" << TextValue(customer_, "CUSTOMER") << kLineEnd;
-    out << "\tHELPFILE=" << TextValue(helpFile_, "HELPFILE") << kLineEnd;
-    out << "\tHELPTOPIC=" << helpTopic_ << kLineEnd;
+void SlideShow::WriteText(std::string& out) const {
+    out += "BLOCK SlideShow\r\n";
+    AppendLine(out, "\tNAME=", TextValue(name_, "NAME"));
+    AppendLine(out, "\tDESCRIPTION=", TextValue(description_, "DESCRIPTION"));
+    AppendLine(out, "\tCUSTOMER=", TextValue(customer_, "CUSTOMER"));
+    AppendLine(out, "\tHELPFILE=", TextValue(helpFile_, "HELPFILE"));
+    AppendLine(out, "\tHELPTOPIC=", helpTopic_);
     for (const auto& slide : slides_) slide->SaveToFile(out);
-    out << "END" << kLineEnd;
+    out += "END\r\n";
 }
 
 void SlideShow::SaveToFile(const std::string& fileName) {
-    AtomicFile file(fileName);
-    WriteText(file.Stream());
-    file.Commit();
+    std::string text;
+    WriteText(text);
+    WriteFileAtomically(fileName, text);
     binary_ = false;
 }
 
-void SlideShow::WriteBinary(std::ostream& out, const std::string& fileName) const {
+void SlideShow::WriteBinary(std::string& out) const {
     BinaryStream stream;
-    stream.OpenWriter(out, fileName);
+    stream.OpenWriter(out, "slide show");
     stream.WriteString(kBinaryHeader);
     stream.WriteString(name_);
     stream.WriteString(description_);
@@ -169,16 +168,16 @@ void SlideShow::WriteBinary(std::ostream& out, const std::string& fileName) cons
 }
 
 void SlideShow::SaveToBinary(const std::string& fileName) {
-    AtomicFile file(fileName);
-    WriteBinary(file.Stream(), fileName);
-    file.Commit();
+    std::string bytes;
+    WriteBinary(bytes);
+    WriteFileAtomically(fileName, bytes);
     binary_ = true;
 }
 
 std::string SlideShow::Snapshot() const {
-    std::ostringstream out(std::ios::binary);
-    WriteBinary(out, "slide show snapshot");
-    return std::move(out).str();
+    std::string bytes;
+    WriteBinary(bytes);
+    return bytes;
 }
 
 void SlideShow::Restore(const std::string& snapshot, const std::string& source) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <ostream>
 #include <span>
 #include <string>
 #include <string_view>
@@ -46,10 +45,10 @@ public:
     void LoadFromFile(const std::string& fileName);
     void SaveToFile(const std::string& fileName);
     void SaveToBinary(const std::string& fileName);
-    // The text form, as SaveToFile writes it.
-    void WriteText(std::ostream& out) const;
-    // The binary form, as SaveToBinary writes it; fileName only names it in errors.
-    void WriteBinary(std::ostream& out, const std::string& fileName) const;
+    // The text form, as SaveToFile writes it, appended to out.
+    void WriteText(std::string& out) const;
+    // The binary form, as SaveToBinary writes it, appended to out.
+    void WriteBinary(std::string& out) const;
     // The whole document as the binary format's bytes, for the recovery copy
     // and the samples of an average.
     // Restore puts such bytes back and keeps the format and header of the file

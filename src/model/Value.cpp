@@ -6,6 +6,7 @@
 #include "BinaryStream.h"
 #include "BlockParser.h"
 #include "HostReport.h"
+#include "TextOut.h"
 #include "services/Convert.h"
 #include "services/Error.h"
 #include "services/Language.h"
@@ -18,9 +19,6 @@ namespace kvo {
 namespace {
 
 constexpr KeyTable kKeys{"TYPE", "SYMBOL", "ROW", "COLUMN", "FORMAT", "PERCENTAGE", "VALUE", "TOLERANCE", "ISLIMIT"};
-
-constexpr const char* kIndent = "\t\t\t";
-constexpr const char* kLineEnd = "\r\n";
 
 const std::string& ListItem(const std::vector<std::string>& list, int32_t index, const char* source) {
     if (index < 1 || index > static_cast<int32_t>(list.size()))
@@ -91,18 +89,18 @@ void Value::LoadFromFile(BlockParser& parser) {
     }
 }
 
-void Value::SaveToFile(std::ostream& out) const {
-    out << kIndent << "BLOCK Value" << kLineEnd;
-    out << kIndent << "\tTYPE=" << TextValue(type_, "TYPE") << kLineEnd;
-    out << kIndent << "\tSYMBOL=" << symbol_ << kLineEnd;
-    out << kIndent << "\tROW=" << row_ << kLineEnd;
-    out << kIndent << "\tCOLUMN=" << column_ << kLineEnd;
-    out << kIndent << "\tPERCENTAGE=" << FormatDouble(fraction_) << kLineEnd;
-    out << kIndent << "\tVALUE=" << TextValue(currentValue_.Encode(), "VALUE") << kLineEnd;
-    out << kIndent << "\tFORMAT=" << decimals_ << kLineEnd;
-    out << kIndent << "\tTOLERANCE=" << tolerance_ << kLineEnd;
-    out << kIndent << "\tISLIMIT=" << FormatBoolean(isLimit_) << kLineEnd;
-    out << kIndent << "END" << kLineEnd;
+void Value::SaveToFile(std::string& out) const {
+    out += "\t\t\tBLOCK Value\r\n";
+    AppendLine(out, "\t\t\t\tTYPE=", TextValue(type_, "TYPE"));
+    AppendLine(out, "\t\t\t\tSYMBOL=", symbol_);
+    AppendLine(out, "\t\t\t\tROW=", row_);
+    AppendLine(out, "\t\t\t\tCOLUMN=", column_);
+    AppendLine(out, "\t\t\t\tPERCENTAGE=", FormatDouble(fraction_));
+    AppendLine(out, "\t\t\t\tVALUE=", TextValue(currentValue_.Encode(), "VALUE"));
+    AppendLine(out, "\t\t\t\tFORMAT=", decimals_);
+    AppendLine(out, "\t\t\t\tTOLERANCE=", tolerance_);
+    AppendLine(out, "\t\t\t\tISLIMIT=", isLimit_);
+    out += "\t\t\tEND\r\n";
 }
 
 void Value::LoadFromBinary(BinaryStream& stream, int32_t version) {

@@ -8,6 +8,14 @@
 
 namespace kvo {
 
+namespace {
+
+// A cell record without its tolerances: an empty type, four Integers, a
+// Double, an Integer, a Boolean and a Variant's tag.
+constexpr uint64_t kMinimalCellBytes = 2 + 8 + 8 + 2 + 2 + 2;
+
+}  // namespace
+
 Value& ValueCollection::Append(std::unique_ptr<Value> value, std::optional<std::string> key) {
     cells_.push_back({std::move(value), std::move(key)});
     return *cells_.back().value;
@@ -44,7 +52,8 @@ Value& ValueCollection::AddFromFile(BlockParser& parser) {
 
 void ValueCollection::AddFromBinary(BinaryStream& stream, int32_t version) {
     const int32_t count = stream.GetLong();
-    // No check against the file's size: a damaged count ends at the end of the file.
+    // A damaged count ends at the end of the file, having reserved no more than it holds.
+    cells_.reserve(cells_.size() + ReservedCount(count, stream.Remaining(), kMinimalCellBytes));
     for (int32_t i = 0; i < count; ++i) {
         auto value = std::make_unique<Value>();
         value->Initialize();

@@ -19,9 +19,9 @@ using test::FakeHostReport;
 using test::RaisedBy;
 
 std::string Saved(const Value& value) {
-    std::ostringstream out;
+    std::string out;
     value.SaveToFile(out);
-    return out.str();
+    return out;
 }
 
 class ValueTest : public ::testing::Test {
@@ -342,12 +342,11 @@ TEST_F(ValueTest, CellsRoundTripThroughBothFormats) {
     Value original = Updated(0.0871, 4);
     original.SetGeometricSymbol(5);
     original.SetValueType("DA");
-    std::ostringstream text;
-    original.SaveToFile(text);
-    test::ParserOn on(text.str());
+    const std::string text = Saved(original);
+    test::ParserOn on(text);
     Value fromText;
     fromText.LoadFromFile(on.parser);
-    EXPECT_EQ(Saved(fromText), text.str());
+    EXPECT_EQ(Saved(fromText), text);
 
     test::TempDir dir;
     {
@@ -360,7 +359,7 @@ TEST_F(ValueTest, CellsRoundTripThroughBothFormats) {
     ASSERT_TRUE(in.OpenFile(dir.File("v.pdx"), false));
     Value version1;
     version1.LoadFromBinary(in, 1);
-    EXPECT_EQ(Saved(version1), text.str());
+    EXPECT_EQ(Saved(version1), text);
     EXPECT_TRUE(version1.GotTols());
     EXPECT_DOUBLE_EQ(version1.SoftPlusTol(), original.SoftPlusTol());
     Value version0;  // an older file has no tolerances: they are not read
