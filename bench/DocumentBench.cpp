@@ -10,8 +10,11 @@
 #include <string>
 #include <vector>
 
+#include "LargeShow.h"
+#include "ShowFloor.h"
 #include "model/ExportPackage.h"
 #include "model/SlideShow.h"
+#include "services/AtomicFile.h"
 #include "services/Language.h"
 #include "services/Prompt.h"
 
@@ -32,29 +35,9 @@ const fs::path& Folder() {
 // 200 slides x 50 icons x 4 cells, saved once in each format.
 const std::string& LargeShow(bool binary) {
     static const auto paths = [] {
-        kvo::SetLanguage(1033);
-        kvo::InitResources();
-        kvo::SlideShow show;
-        show.SetName("Benchmark");
-        for (int s = 0; s < 200; ++s) {
-            kvo::Slide& slide = show.Slides().Add();
-            slide.SetPictureFile("C:\\Pictures\\slide" + std::to_string(s) + ".bmp");
-            for (int i = 0; i < 50; ++i) {
-                kvo::Icon& icon = slide.Icons().Add();
-                if (i % 2 == 0) icon.SetSequenceNumber(s * 100 + i);
-                else icon.SetFeatureName("FEATURE_" + std::to_string(i));
-                icon.SetLeft(i * 20);
-                for (int c = 0; c < 4; ++c) {
-                    kvo::Value& cell = icon.Values().Add();
-                    cell.SetRow(static_cast<int16_t>(c + 1));
-                    cell.SetCurrentValue(kvo::Variant(0.0125 * c));
-                }
-            }
-        }
         const std::string text = (Folder() / "large.pdz").string();
         const std::string bin = (Folder() / "large.pdx").string();
-        show.SaveToFile(text);
-        show.SaveToBinary(bin);
+        kvo::bench::WriteLargeShow(200, text, bin);
         return std::pair{text, bin};
     }();
     return binary ? paths.second : paths.first;
@@ -97,6 +80,32 @@ void BM_PlainWrite(benchmark::State& state) {
     state.SetLabel(binary ? "binary" : "text");
 }
 BENCHMARK(BM_PlainWrite)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+// The floors: the same bytes parsed by the shortest code that fills compact
+// records, and written once as a save writes them (a temporary file flushed
+// to disk and renamed over the target).
+void BM_LoadFloor(benchmark::State& state) {
+    const bool binary = state.range(0) != 0;
+    const std::string& path = LargeShow(binary);
+    for (auto _ : state) {
+        const kvo::bench::FloorShow show = binary ? kvo::bench::BinaryFloor(path) : kvo::bench::TextFloor(path);
+        benchmark::DoNotOptimize(show.cells.size());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(fs::file_size(path)));
+    state.SetLabel(binary ? "binary" : "text");
+}
+BENCHMARK(BM_LoadFloor)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+void BM_SaveFloor(benchmark::State& state) {
+    const bool binary = state.range(0) != 0;
+    std::ifstream in(LargeShow(binary), std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    const std::string out = (Folder() / (binary ? "floor.pdx" : "floor.pdz")).string();
+    for (auto _ : state) kvo::WriteFileAtomically(out, bytes);
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(bytes.size()));
+    state.SetLabel(binary ? "binary" : "text");
+}
+BENCHMARK(BM_SaveFloor)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 void BM_SaveShow(benchmark::State& state) {
     const bool binary = state.range(0) != 0;

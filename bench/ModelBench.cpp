@@ -19,15 +19,15 @@ constexpr int kCellsPerIcon = 3;
 const std::string& LargeFile() {
     static const std::string path = [] {
         const auto file = std::filesystem::temp_directory_path() / "kvo-bench-blocks.pdz";
-        std::ofstream out(file, std::ios::binary);
-        out << "BLOCK SlideShow\r\n\tNAME=Benchmark\r\n\tBLOCK Slide\r\n";
+        std::string text = "BLOCK SlideShow\r\n\tNAME=Benchmark\r\n\tBLOCK Slide\r\n";
         kvo::Icon icon;
         for (int c = 0; c < kCellsPerIcon; ++c) icon.Values().Add().SetCurrentValue(kvo::Variant(0.0123 * c));
         for (int i = 0; i < kIcons; ++i) {
             icon.SetSequenceNumber(i + 1);
-            icon.SaveToFile(out);
+            icon.SaveToFile(text);
         }
-        out << "\tEND\r\nEND\r\n";
+        text += "\tEND\r\nEND\r\n";
+        std::ofstream(file, std::ios::binary).write(text.data(), static_cast<std::streamsize>(text.size()));
         return file.string();
     }();
     return path;

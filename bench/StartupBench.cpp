@@ -1,14 +1,17 @@
 // From process start to the first painted frame: the editor opening the example
-// show, next to a minimal Qt widget program started the same way.
+// show and a show of 2000 slides (in each format), next to a minimal Qt widget
+// program started the same way.
 #include <benchmark/benchmark.h>
 
 #include <spawn.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "LargeShow.h"
 #include "services/Paths.h"
 
 extern char** environ;
@@ -41,5 +44,25 @@ void BM_EditorWithExample(benchmark::State& state) {
                 kvo::JoinPath(kvo::EditorDataDirectory(), "samples/GearHousing.pdz")});
 }
 BENCHMARK(BM_EditorWithExample)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(10);
+
+// 2000 slides x 50 icons x 4 cells, written once per run.
+const std::string& LargeShow(bool binary) {
+    static const auto paths = [] {
+        const auto folder = std::filesystem::temp_directory_path() / "kvo-bench-startup";
+        std::filesystem::create_directories(folder);
+        const std::string text = (folder / "show2000.pdz").string();
+        const std::string bin = (folder / "show2000.pdx").string();
+        kvo::bench::WriteLargeShow(2000, text, bin);
+        return std::pair{text, bin};
+    }();
+    return binary ? paths.second : paths.first;
+}
+
+void BM_EditorWithLargeShow(benchmark::State& state) {
+    const std::string& show = LargeShow(state.range(0) != 0);
+    Run(state, {kvo::JoinPath(kvo::ExecutableDirectory(), "kvoeditor"), show});
+    state.SetLabel(state.range(0) != 0 ? "binary" : "text");
+}
+BENCHMARK(BM_EditorWithLargeShow)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(10);
 
 }  // namespace

@@ -8,10 +8,14 @@ FRAME_BUDGET_MS = 16.7
 
 # (operation, figure, baseline); a baseline that is a number is a fixed budget.
 ROWS = [
-    ("Text show load, 200x50x4", "BM_LoadShow/0", "BM_PlainRead/0", "plain read"),
-    ("Binary show load, 200x50x4", "BM_LoadShow/1", "BM_PlainRead/1", "plain read"),
-    ("Text show save, 200x50x4", "BM_SaveShow/0", "BM_PlainWrite/0", "plain write"),
-    ("Binary show save, 200x50x4", "BM_SaveShow/1", "BM_PlainWrite/1", "plain write"),
+    ("Text show load, 200x50x4", "BM_LoadShow/0", "BM_LoadFloor/0", "minimal parse"),
+    ("Binary show load, 200x50x4", "BM_LoadShow/1", "BM_LoadFloor/1", "minimal parse"),
+    ("Text show save, 200x50x4", "BM_SaveShow/0", "BM_SaveFloor/0", "write-only"),
+    ("Binary show save, 200x50x4", "BM_SaveShow/1", "BM_SaveFloor/1", "write-only"),
+    ("Minimal parse, text", "BM_LoadFloor/0", "BM_PlainRead/0", "plain read"),
+    ("Minimal parse, binary", "BM_LoadFloor/1", "BM_PlainRead/1", "plain read"),
+    ("Write-only, text", "BM_SaveFloor/0", "BM_PlainWrite/0", "plain write"),
+    ("Write-only, binary", "BM_SaveFloor/1", "BM_PlainWrite/1", "plain write"),
     ("Undo step, one slide of 50 icons", "BM_UndoStep/0", FRAME_BUDGET_MS, "frame budget"),
     ("Undo step, whole 200x50x4 show", "BM_UndoStep/1", FRAME_BUDGET_MS, "frame budget"),
     ("Export 50 MB of pictures", "BM_ExportPackage", "BM_PlainCopyBaseline", "file copy"),
@@ -28,6 +32,10 @@ ROWS = [
      "BM_SlideChangeFloor/1920/1080/real_time", "slide without picture"),
     ("Drag over 500 icons, per frame", "BM_DragOver500Icons/real_time", FRAME_BUDGET_MS, "frame budget"),
     ("Start-up to first paint", "BM_EditorWithExample/iterations:10/real_time",
+     "BM_MinimalQtWidget/iterations:10/real_time", "minimal Qt widget"),
+    ("Start-up, 2000-slide show, text", "BM_EditorWithLargeShow/0/iterations:10/real_time",
+     "BM_MinimalQtWidget/iterations:10/real_time", "minimal Qt widget"),
+    ("Start-up, 2000-slide show, binary", "BM_EditorWithLargeShow/1/iterations:10/real_time",
      "BM_MinimalQtWidget/iterations:10/real_time", "minimal Qt widget"),
     ("Block parser, 1M lines", "BM_BlockParserTokens", "BM_GetlineBaseline", "getline"),
 ]

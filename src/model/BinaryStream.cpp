@@ -42,7 +42,7 @@ bool BinaryStream::ReadMagic() {
     return std::string_view(magic.data(), magic.size()) == kMagic;
 }
 
-void BinaryStream::OpenWriter(std::ostream& out, const std::string& fileName) {
+void BinaryStream::OpenWriter(std::string& out, const std::string& fileName) {
     file_.AttachWriter(out, fileName);
     file_.WriteBytes(kMagic.data(), kMagic.size(), "BinaryStream.OpenFile");
 }

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
-#include <ostream>
+#include <istream>
 #include <string>
 #include <string_view>
 
@@ -9,6 +10,12 @@
 #include "Variant.h"
 
 namespace kvo {
+
+// How many records a count read from a file may reserve room for: no more
+// than the bytes left could hold, so a damaged count costs no memory.
+inline std::size_t ReservedCount(int32_t count, uint64_t remaining, uint64_t minimalRecordBytes) {
+    return static_cast<std::size_t>(std::clamp<uint64_t>(count < 0 ? 0 : static_cast<uint64_t>(count), 0, remaining / minimalRecordBytes));
+}
 
 // Reads and writes the items of the binary slide show format, little-endian on
 // any host: Boolean (2 bytes, True = FF FF), Integer (2), Long (4), Single (4),
@@ -26,9 +33,9 @@ public:
     // For writing: opens (without emptying) and writes the magic. For reading:
     // opens and checks the magic. Every failure is reported as false only.
     bool OpenFile(const std::string& fileName, bool forWrite);
-    // Writes the magic onto a stream the caller owns, for saves that replace the
-    // file only once it is complete.
-    void OpenWriter(std::ostream& out, const std::string& fileName);
+    // Appends the magic and then every item to bytes the caller owns and
+    // writes in one go, replacing the file only once it is complete.
+    void OpenWriter(std::string& out, const std::string& fileName);
     // Reads from a stream the caller owns; false when the magic is not there.
     bool OpenReader(std::istream& in, const std::string& fileName);
     void FileClose() { file_.Close(); }
@@ -55,6 +62,9 @@ public:
     void WriteString(std::string_view value);
 
     const std::string& FileName() const { return file_.FileName(); }
+    // Bytes left to read: a count read from a damaged file reserves no more
+    // records than they could hold.
+    uint64_t Remaining() const { return file_.Remaining(); }
 
 private:
     bool ReadMagic();

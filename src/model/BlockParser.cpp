@@ -1,7 +1,10 @@
 #include "BlockParser.h"
 
+#include <algorithm>
+#include <bit>
+#include <cstring>
 #include <filesystem>
-#include <fstream>
+#include <functional>
 
 #include "services/Error.h"
 #include "services/Language.h"
@@ -21,42 +24,55 @@ const std::string& TextValue(const std::string& value, std::string_view key) {
 
 namespace {
 
+constexpr std::size_t kPieceSize = 256 * 1024;
+
 // Tabs count as spaces everywhere: the classifiers see the line as ExpandTabs
-// would make it without copying it first.
+// would make it.
 bool IsSpace(char c) { return c == ' ' || c == '\t'; }
 
-std::string_view TrimSpaces(std::string_view text) {
-    while (!text.empty() && IsSpace(text.front())) text.remove_prefix(1);
-    while (!text.empty() && IsSpace(text.back())) text.remove_suffix(1);
-    return text;
+char* SkipSpaces(char* first, char* last) {
+    while (first < last && IsSpace(*first)) ++first;
+    return first;
 }
 
-std::string_view TrimLeadingSpaces(std::string_view text) {
-    while (!text.empty() && IsSpace(text.front())) text.remove_prefix(1);
-    return text;
+char* SkipWord(char* first, char* last) {
+    while (first < last && !IsSpace(*first)) ++first;
+    return first;
 }
 
-std::string_view TrimTrailingSpaces(std::string_view text) {
-    while (!text.empty() && IsSpace(text.back())) text.remove_suffix(1);
-    return text;
+// The bytes a line scan stops at: line feed, "=" and tab. The buffer ends in
+// a line feed of its own and kPadding bytes behind it, so the scan reads eight
+// bytes at a time without a bounds check.
+constexpr std::size_t kPadding = 16;
+
+char* FindStop(char* at) {
+    if constexpr (std::endian::native == std::endian::little) {
+        constexpr uint64_t kOnes = 0x0101010101010101u;
+        constexpr uint64_t kHighs = 0x8080808080808080u;
+        // The lowest byte flagged is exact: a false flag only follows a true one.
+        const auto zeroBytes = [](uint64_t v) { return (v - kOnes) & ~v & kHighs; };
+        for (;; at += 8) {
+            uint64_t word = 0;
+            std::memcpy(&word, at, sizeof word);
+            const uint64_t stops = zeroBytes(word ^ (kOnes * '\n')) | zeroBytes(word ^ (kOnes * '=')) | zeroBytes(word ^ (kOnes * '\t'));
+            if (stops != 0) return at + std::countr_zero(stops) / 8;
+        }
+    } else {
+        while (*at != '\n' && *at != '=' && *at != '\t') ++at;
+        return at;
+    }
 }
 
-// Splits at the first space: the word before it and the rest after it, the
-// rest without leading spaces.
-void SplitWord(std::string_view text, std::string_view& word, std::string_view& rest) {
-    std::size_t i = 0;
-    while (i < text.size() && !IsSpace(text[i])) ++i;
-    word = text.substr(0, i);
-    rest = i < text.size() ? TrimLeadingSpaces(text.substr(i + 1)) : std::string_view();
+std::string_view View(const char* first, const char* last) { return {first, static_cast<std::size_t>(last - first)}; }
+
+void TabsToSpaces(char* first, char* last) {
+    while ((first = static_cast<char*>(std::memchr(first, '\t', static_cast<std::size_t>(last - first)))) != nullptr) *first++ = ' ';
 }
 
-void AssignExpanded(std::string& target, std::string_view text, bool upper) {
-    target.assign(text);
-    if (upper) {
-        for (char& c : target) c = c == '\t' ? ' ' : ToUpperAscii(c);
-    } else if (target.find('\t') != std::string::npos) {
-        for (char& c : target)
-            if (c == '\t') c = ' ';
+void KeepView(std::string_view& view, std::string& store, const char* bufferFirst, const char* bufferLast) {
+    if (std::less_equal<>()(bufferFirst, view.data()) && std::less<>()(view.data(), bufferLast)) {
+        store.assign(view);
+        view = store;
     }
 }
 
@@ -66,29 +82,35 @@ void BlockParser::OpenFile(const std::string& fileName, bool modeFlag) {
     if (modeFlag) throw Error(ErrorNumber::Parser, "BlockParser.Open", "Not implemented at this time");
     CloseFile();
     fileName_ = fileName;
-    std::ifstream in(fileName, std::ios::binary);
+    // Unbuffered: the pieces go straight from the file into the buffer.
+    file_.rdbuf()->pubsetbuf(nullptr, 0);
+    file_.open(fileName, std::ios::binary);
     std::error_code ec;
-    if (!in || std::filesystem::is_directory(fileName, ec)) {
+    if (!file_ || std::filesystem::is_directory(fileName, ec)) {
+        file_.close();
         const bool missing = !std::filesystem::exists(fileName, ec);
         throw Error(missing ? ErrorNumber::FileNotFound : ErrorNumber::FileAccess, "BlockParser.Open",
                     FormatResString(missing ? Str::FileMissing : Str::FileUnreadable, {fileName}));
     }
-    in.seekg(0, std::ios::end);
-    const auto size = in.tellg();
-    in.seekg(0, std::ios::beg);
-    content_.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
-    in.read(content_.data(), static_cast<std::streamsize>(content_.size()));
-    if (!in) throw Error(ErrorNumber::FileAccess, "BlockParser.Open", FormatResString(Str::FileUnreadable, {fileName}));
-    position_ = 0;
+    capacity_ = kPieceSize;
+    buffer_ = std::make_unique_for_overwrite<char[]>(capacity_ + kPadding);
+    begin_ = end_ = 0;
+    Seal();
+    fileDone_ = false;
     currentLine_ = 0;
     open_ = true;
 }
 
-void BlockParser::OpenText(std::string text, std::string name) {
+void BlockParser::OpenText(std::string_view text, std::string name) {
     CloseFile();
     fileName_ = std::move(name);
-    content_ = std::move(text);
-    position_ = 0;
+    capacity_ = text.size();
+    buffer_ = std::make_unique_for_overwrite<char[]>(capacity_ + kPadding);
+    std::memcpy(buffer_.get(), text.data(), text.size());
+    begin_ = 0;
+    end_ = text.size();
+    Seal();
+    fileDone_ = true;
     currentLine_ = 0;
     open_ = true;
 }
@@ -96,71 +118,154 @@ void BlockParser::OpenText(std::string text, std::string name) {
 void BlockParser::CloseFile() {
     // The open flag stays set, as it always has: closing twice is harmless.
     if (open_) {
-        content_.clear();
-        content_.shrink_to_fit();
-        position_ = 0;
+        KeepProperties();
+        if (file_.is_open()) file_.close();
+        buffer_.reset();
+        capacity_ = begin_ = end_ = 0;
+        fileDone_ = true;
     }
 }
 
-bool BlockParser::NextLine(std::string_view& line) {
-    if (position_ >= content_.size()) return false;
-    const std::string_view rest(content_.data() + position_, content_.size() - position_);
-    const auto end = rest.find('\n');
-    line = rest.substr(0, end);
-    position_ += end == std::string_view::npos ? rest.size() : end + 1;
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+void BlockParser::KeepProperties() {
+    const char* first = buffer_.get();
+    const char* last = first + capacity_;
+    KeepView(key_, keptKey_, first, last);
+    KeepView(value_, keptValue_, first, last);
+    KeepView(blockName_, keptName_, first, last);
+    KeepView(blockType_, keptType_, first, last);
+}
+
+void BlockParser::Seal() {
+    buffer_[end_] = '\n';
+    std::memset(buffer_.get() + end_ + 1, 0, kPadding - 1);
+}
+
+void BlockParser::ReadFailed() const {
+    throw Error(ErrorNumber::FileAccess, "BlockParser.GetToken", FormatResString(Str::FileUnreadable, {fileName_}));
+}
+
+void BlockParser::Fill() {
+    KeepProperties();
+    const std::size_t unread = end_ - begin_;
+    if (unread == capacity_) {
+        // One line longer than the buffer: a larger one.
+        auto larger = std::make_unique_for_overwrite<char[]>(capacity_ * 2 + kPadding);
+        std::memcpy(larger.get(), buffer_.get() + begin_, unread);
+        buffer_ = std::move(larger);
+        capacity_ *= 2;
+    } else if (unread > 0) {
+        std::memmove(buffer_.get(), buffer_.get() + begin_, unread);
+    }
+    begin_ = 0;
+    end_ = unread;
+    file_.read(buffer_.get() + end_, static_cast<std::streamsize>(capacity_ - end_));
+    const auto got = static_cast<std::size_t>(file_.gcount());
+    if (file_.bad()) ReadFailed();
+    end_ += got;
+    Seal();
+    if (got == 0) {
+        fileDone_ = true;
+        file_.close();
+    }
+}
+
+bool BlockParser::NextLine(Line& line) {
+    for (;;) {
+        char* const end = buffer_.get() + end_;
+        // The indent first: the scan after it meets a tab only inside a line.
+        char* at = buffer_.get() + begin_;
+        while (IsSpace(*at)) ++at;
+        line.first = at;
+        line.equals = nullptr;
+        line.tabs = false;
+        for (;; ++at) {
+            at = FindStop(at);
+            if (*at == '\n') break;
+            if (*at == '\t') line.tabs = true;
+            else if (line.equals == nullptr) line.equals = at;
+        }
+        line.last = at;
+        if (at < end) {
+            begin_ = static_cast<std::size_t>(at - buffer_.get()) + 1;
+            break;
+        }
+        if (fileDone_) {
+            if (begin_ == end_) return false;
+            begin_ = end_;  // the last line, without a line end
+            break;
+        }
+        // The line runs on beyond what has been read: read on and look again.
+        Fill();
+    }
+    if (line.last > line.first && line.last[-1] == '\r') --line.last;
     ++currentLine_;
     return true;
 }
 
 int16_t BlockParser::GetToken() {
-    std::string_view line;
-    while (line.empty()) {
-        if (!NextLine(line)) return TokenEndFile;
-        line = TrimSpaces(line);
-        if (!line.empty() && line.front() == ';') line = {};
+    Line line{};
+    for (;;) {
+        if (!open_ || buffer_ == nullptr || !NextLine(line)) return TokenEndFile;
+        while (line.last > line.first && IsSpace(line.last[-1])) --line.last;
+        if (line.first != line.last && *line.first != ';') break;
     }
-    if (ParseKeyValue(line)) return TokenKeyValue;
-    if (ParseEnd(line)) return TokenEndBlock;
-    if (ParseBlock(line)) return TokenStartBlock;
+    if (line.equals != nullptr) {
+        SetKeyValue(line);
+        return TokenKeyValue;
+    }
+    if (ParseEnd(View(line.first, line.last))) return TokenEndBlock;
+    if (BlockIn(line.first, line.last)) return TokenStartBlock;
     throw Error(ErrorNumber::Parser, "BlockParse.GetToken", FormatResString(Str::ParserUnknownLine, {currentLine_}));
 }
 
+void BlockParser::SetKeyValue(const Line& line) {
+    char* keyLast = line.equals;
+    while (keyLast > line.first && IsSpace(keyLast[-1])) --keyLast;
+    for (char* c = line.first; c < keyLast; ++c) *c = ToUpperAscii(*c);
+    if (line.tabs) TabsToSpaces(line.first, keyLast);
+    char* valueFirst = SkipSpaces(line.equals + 1, line.last);
+    if (line.tabs) TabsToSpaces(valueFirst, line.last);
+    key_ = View(line.first, keyLast);
+    value_ = View(valueFirst, line.last);
+}
+
+bool BlockParser::BlockIn(char* first, char* last) {
+    char* wordLast = SkipWord(first, last);
+    if (!EqualsNoCase(View(first, wordLast), "BLOCK")) return false;
+    blockType_ = {};
+    blockName_ = {};
+    char* typeFirst = SkipSpaces(wordLast, last);
+    if (typeFirst == last) return true;
+    char* typeLast = SkipWord(typeFirst, last);
+    for (char* c = typeFirst; c < typeLast; ++c) *c = ToUpperAscii(*c);
+    blockType_ = View(typeFirst, typeLast);
+    char* nameFirst = SkipSpaces(typeLast, last);
+    blockName_ = View(nameFirst, SkipWord(nameFirst, last));
+    return true;
+}
+
+// Lines from outside are copied first, so that the views have bytes of ours.
 bool BlockParser::ParseKeyValue(std::string_view line) {
-    if (line.empty()) return false;
     const auto equals = line.find('=');
     if (equals == std::string_view::npos) return false;
-    AssignExpanded(key_, TrimTrailingSpaces(line.substr(0, equals)), true);
-    AssignExpanded(value_, TrimLeadingSpaces(line.substr(equals + 1)), false);
+    keyValueLine_.assign(line);
+    char* first = keyValueLine_.data();
+    SetKeyValue({first, first + line.size(), first + equals, true});
     return true;
 }
 
 bool BlockParser::ParseEnd(std::string_view line) const { return !line.empty() && EqualsNoCase(line, "END"); }
 
 bool BlockParser::ParseBlock(std::string_view line) {
-    if (line.empty()) return false;
-    std::string_view word, rest;
-    SplitWord(line, word, rest);
+    const auto word = line.substr(0, std::min(line.find(' '), line.find('\t')));
     if (!EqualsNoCase(word, "BLOCK")) return false;
-    blockType_.clear();
-    blockName_.clear();
-    if (!rest.empty()) {
-        std::string_view type, afterType;
-        SplitWord(rest, type, afterType);
-        AssignExpanded(blockType_, type, true);
-        if (!afterType.empty()) {
-            std::string_view name, ignored;
-            SplitWord(afterType, name, ignored);
-            AssignExpanded(blockName_, name, false);
-        }
-    }
-    return true;
+    blockLine_.assign(line);
+    return BlockIn(blockLine_.data(), blockLine_.data() + blockLine_.size());
 }
 
 std::string BlockParser::ExpandTabs(std::string_view line) {
     std::string result(line);
-    for (char& c : result)
-        if (c == '\t') c = ' ';
+    TabsToSpaces(result.data(), result.data() + result.size());
     return result;
 }
 

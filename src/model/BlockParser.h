@@ -1,8 +1,13 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <fstream>
+#include <memory>
 #include <string>
 #include <string_view>
+
+#include "services/Text.h"
 
 namespace kvo {
 
@@ -10,9 +15,72 @@ namespace kvo {
 // be written at all (error 1007 names the key and the value's first line).
 const std::string& TextValue(const std::string& value, std::string_view key);
 
+// The keys of one kind of block, found in one probe: a multiplier chosen
+// while compiling puts every key in a slot of its own, then one comparison
+// without regard to case decides. Keys are given in upper case.
+template <std::size_t N>
+class KeyTable {
+public:
+    template <typename... Keys>
+    consteval explicit KeyTable(Keys... keys) : keys_{std::string_view(keys)...} {
+        for (const auto key : keys_) {
+            if (key.empty()) throw "a key of a table cannot be empty";
+            for (char c : key)
+                if (ToUpperAscii(c) != c) throw "the keys of a table are written in upper case";
+        }
+        for (seed_ = 0x9E3779B1u; !Place(); seed_ += 2)
+            if (seed_ > 0x9E3779B1u + 200000) throw "no multiplier separates these keys";
+    }
+
+    // Position of key in the list, -1 when it is none of them.
+    int Find(std::string_view key) const {
+        if (key.empty()) return -1;
+        const int index = slots_[Slot(key, seed_)];
+        if (index < 0) return -1;
+        const std::string_view known = keys_[static_cast<std::size_t>(index)];
+        return key == known || EqualsNoCase(key, known) ? index : -1;
+    }
+
+    // For case labels: the position of a key of the list.
+    consteval int operator[](std::string_view key) const {
+        for (std::size_t i = 0; i < N; ++i)
+            if (keys_[i] == key) return static_cast<int>(i);
+        throw "not a key of this table";
+    }
+
+private:
+    static constexpr unsigned kSlotBits = 6;
+
+    static constexpr uint32_t Fold(char c) { return static_cast<unsigned char>(ToUpperAscii(c)); }
+    static constexpr std::size_t Slot(std::string_view key, uint32_t seed) {
+        const uint32_t mixed = static_cast<uint32_t>(key.size()) ^ (Fold(key.front()) << 6) ^ (Fold(key[key.size() / 2]) << 14) ^
+                               (Fold(key.back()) << 22);
+        return static_cast<uint32_t>(mixed * seed) >> (32 - kSlotBits);
+    }
+    constexpr bool Place() {
+        slots_.fill(-1);
+        for (std::size_t i = 0; i < N; ++i) {
+            const std::size_t slot = Slot(keys_[i], seed_);
+            if (slots_[slot] >= 0) return false;
+            slots_[slot] = static_cast<int8_t>(i);
+        }
+        return true;
+    }
+
+    std::array<std::string_view, N> keys_;
+    std::array<int8_t, std::size_t{1} << kSlotBits> slots_{};
+    uint32_t seed_ = 0;
+};
+template <typename... Keys>
+KeyTable(Keys...) -> KeyTable<sizeof...(Keys)>;
+
 // Turns a slide show text file into tokens: block starts, block ends, key/value
 // lines and the end of the file. The parser knows nothing of slide shows; each
 // document class pulls tokens and decides what a block or key means.
+//
+// The file is read a piece at a time into one buffer, and the properties are
+// views into it (tabs made spaces and keys and types upper-cased where they
+// lie): read them before the next GetToken, which may move the buffer on.
 class BlockParser {
 public:
     static constexpr int16_t TokenStartBlock = 0;
@@ -26,17 +94,17 @@ public:
     BlockParser& operator=(const BlockParser&) = delete;
 
     // Key of the last key/value line, upper case; its value as written.
-    const std::string& Key() const { return key_; }
-    const std::string& Value() const { return value_; }
+    std::string_view Key() const { return key_; }
+    std::string_view Value() const { return value_; }
     // Name word of the last BLOCK line, case kept; its type word, upper case.
-    const std::string& BlockName() const { return blockName_; }
-    const std::string& BlockType() const { return blockType_; }
+    std::string_view BlockName() const { return blockName_; }
+    std::string_view BlockType() const { return blockType_; }
 
     // Opens a file for reading; modeFlag must be false (error 5000 otherwise).
     // A missing or unreadable file raises error 53 or 75 naming it.
     void OpenFile(const std::string& fileName, bool modeFlag);
     // Reads text already in memory (the clipboard's); name stands for the file in messages.
-    void OpenText(std::string text, std::string name);
+    void OpenText(std::string_view text, std::string name);
     void CloseFile();
     int16_t GetToken();
 
@@ -52,17 +120,42 @@ public:
     const std::string& FileName() const { return fileName_; }
 
 private:
-    bool NextLine(std::string_view& line);
+    // A physical line without its line end, where its first "=" is, and
+    // whether it holds a tab.
+    struct Line {
+        char* first;
+        char* last;
+        char* equals;
+        bool tabs;
+    };
+    bool NextLine(Line& line);
+    // Moves the unread bytes to the front and reads more behind them, or
+    // finds the end of the file.
+    void Fill();
+    // Ends the bytes read with the line feed and padding the scan relies on.
+    void Seal();
+    void ReadFailed() const;
+    // Copies the properties that still lie in the buffer before its bytes go.
+    void KeepProperties();
+    void SetKeyValue(const Line& line);
+    bool BlockIn(char* first, char* last);
 
     bool open_ = false;
     std::string fileName_;
-    std::string key_;
-    std::string value_;
-    std::string blockName_;
-    std::string blockType_;
+    std::string_view key_;
+    std::string_view value_;
+    std::string_view blockName_;
+    std::string_view blockType_;
+    // Where the properties live when they are not in the buffer.
+    std::string keptKey_, keptValue_, keptName_, keptType_;
+    std::string keyValueLine_, blockLine_;
     int32_t currentLine_ = 0;
-    std::string content_;  // the whole file: lines are views into it
-    std::size_t position_ = 0;
+    std::ifstream file_;
+    std::unique_ptr<char[]> buffer_;
+    std::size_t capacity_ = 0;
+    std::size_t begin_ = 0;  // the unread bytes are [begin_, end_)
+    std::size_t end_ = 0;
+    bool fileDone_ = true;
 };
 
 }  // namespace kvo

@@ -15,7 +15,7 @@ namespace kvo {
 
 namespace {
 
-constexpr std::size_t kReadBufferSize = 65536;
+constexpr std::size_t kReadBufferSize = 256 * 1024;
 
 template <typename T>
 struct Bits;
@@ -46,6 +46,7 @@ bool DataFile::OpenRead(const std::string& fileName) {
     in_ = &file_;
     readPosition_ = 0;
     bufferAt_ = bufferEnd_ = 0;
+    MeasureSize();
     return true;
 }
 
@@ -59,10 +60,10 @@ bool DataFile::OpenWrite(const std::string& fileName) {
     return true;
 }
 
-void DataFile::AttachWriter(std::ostream& out, const std::string& fileName) {
+void DataFile::AttachWriter(std::string& out, const std::string& fileName) {
     Close();
     fileName_ = fileName;
-    out_ = &out;
+    outBytes_ = &out;
 }
 
 void DataFile::AttachReader(std::istream& in, const std::string& fileName) {
@@ -70,6 +71,15 @@ void DataFile::AttachReader(std::istream& in, const std::string& fileName) {
     fileName_ = fileName;
     in_ = &in;
     readPosition_ = 0;
+    MeasureSize();
+}
+
+void DataFile::MeasureSize() {
+    const auto here = in_->tellg();
+    in_->seekg(0, std::ios::end);
+    const auto end = in_->tellg();
+    in_->seekg(here);
+    size_ = (here < 0 || end < here) ? 0 : static_cast<uint64_t>(end - here);
 }
 
 void DataFile::Close() {
@@ -77,23 +87,15 @@ void DataFile::Close() {
     file_.clear();
     in_ = nullptr;
     out_ = nullptr;
+    outBytes_ = nullptr;
+    size_ = 0;
     bufferAt_ = bufferEnd_ = 0;
-}
-
-uint64_t DataFile::Remaining() {
-    if (in_ == nullptr) return 0;
-    const auto here = in_->tellg();
-    in_->seekg(0, std::ios::end);
-    const auto end = in_->tellg();
-    in_->seekg(here);
-    const uint64_t buffered = bufferEnd_ - bufferAt_;
-    return (here < 0 || end < here) ? buffered : static_cast<uint64_t>(end - here) + buffered;
 }
 
 void DataFile::ReadBytes(char* data, std::size_t count, const char* source) {
     if (in_ == nullptr) throw Error(ErrorNumber::InvalidCall, source, "\"" + fileName_ + "\" is not open for reading");
     std::size_t done = std::min(count, bufferEnd_ - bufferAt_);
-    if (done > 0) std::memcpy(data, readBuffer_.data() + bufferAt_, done);  // the buffer may not exist yet
+    if (done > 0) std::memcpy(data, readBuffer_.get() + bufferAt_, done);  // the buffer may not exist yet
     bufferAt_ += done;
     if (done < count) {
         // Large reads (a packed file's chunks) go straight to the caller's memory.
@@ -101,10 +103,10 @@ void DataFile::ReadBytes(char* data, std::size_t count, const char* source) {
         if (count - done >= kReadBufferSize) {
             done += static_cast<std::size_t>(stream.sgetn(data + done, static_cast<std::streamsize>(count - done)));
         } else {
-            readBuffer_.resize(kReadBufferSize);
-            bufferEnd_ = static_cast<std::size_t>(stream.sgetn(readBuffer_.data(), static_cast<std::streamsize>(kReadBufferSize)));
+            if (!readBuffer_) readBuffer_ = std::make_unique_for_overwrite<char[]>(kReadBufferSize);
+            bufferEnd_ = static_cast<std::size_t>(stream.sgetn(readBuffer_.get(), static_cast<std::streamsize>(kReadBufferSize)));
             bufferAt_ = std::min(count - done, bufferEnd_);
-            if (bufferAt_ > 0) std::memcpy(data + done, readBuffer_.data(), bufferAt_);
+            if (bufferAt_ > 0) std::memcpy(data + done, readBuffer_.get(), bufferAt_);
             done += bufferAt_;
         }
     }
@@ -135,6 +137,10 @@ void DataFile::Seek(uint64_t position) {
 }
 
 void DataFile::WriteBytes(const char* data, std::size_t count, const char* source) {
+    if (outBytes_ != nullptr) {
+        outBytes_->append(data, count);
+        return;
+    }
     if (out_ == nullptr) throw Error(ErrorNumber::InvalidCall, source, "\"" + fileName_ + "\" is not open for writing");
     out_->write(data, static_cast<std::streamsize>(count));
     if (!*out_) throw Error(ErrorNumber::FileAccess, source, FormatResString(Str::FileNotWritten, {fileName_}));
@@ -143,8 +149,15 @@ void DataFile::WriteBytes(const char* data, std::size_t count, const char* sourc
 template <typename T>
 T DataFile::Read(const char* source) {
     using U = typename Bits<T>::type;
-    std::array<unsigned char, sizeof(U)> bytes{};
-    ReadBytes(reinterpret_cast<char*>(bytes.data()), bytes.size(), source);
+    std::array<unsigned char, sizeof(U)> bytes;
+    // Straight out of the buffer where it holds the item whole.
+    if (bufferEnd_ - bufferAt_ >= sizeof(U)) {
+        std::memcpy(bytes.data(), readBuffer_.get() + bufferAt_, sizeof(U));
+        bufferAt_ += sizeof(U);
+        readPosition_ += sizeof(U);
+    } else {
+        ReadBytes(reinterpret_cast<char*>(bytes.data()), bytes.size(), source);
+    }
     U value = 0;
     for (std::size_t i = sizeof(U); i-- > 0;) value = static_cast<U>((value << 8) | bytes[i]);
     return std::bit_cast<T>(value);
@@ -174,7 +187,14 @@ void DataFile::WriteDouble(double value, const char* source) { Write(value, sour
 std::string DataFile::ReadString(const char* source) {
     const int16_t count = ReadInteger(source);
     if (count <= 0) return {};
-    std::string text(static_cast<std::size_t>(count), '\0');
+    const auto size = static_cast<std::size_t>(count);
+    if (bufferEnd_ - bufferAt_ >= size) {
+        std::string text(readBuffer_.get() + bufferAt_, size);
+        bufferAt_ += size;
+        readPosition_ += size;
+        return text;
+    }
+    std::string text(size, '\0');
     ReadBytes(text.data(), text.size(), source);
     return text;
 }

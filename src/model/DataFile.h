@@ -6,7 +6,6 @@
 #include <ostream>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace kvo {
 
@@ -18,18 +17,18 @@ public:
     bool OpenRead(const std::string& fileName);
     // Opens for writing without emptying the file, creating it when missing.
     bool OpenWrite(const std::string& fileName);
-    // Writes onto a stream owned by the caller (an atomic save's temporary file).
-    void AttachWriter(std::ostream& out, const std::string& fileName);
+    // Appends to bytes owned by the caller, which the caller writes in one go.
+    void AttachWriter(std::string& out, const std::string& fileName);
     // Reads from a stream owned by the caller (bytes kept in memory).
     void AttachReader(std::istream& in, const std::string& fileName);
     void Close();
 
     bool IsReading() const { return in_ != nullptr; }
-    bool IsWriting() const { return out_ != nullptr; }
+    bool IsWriting() const { return out_ != nullptr || outBytes_ != nullptr; }
     const std::string& FileName() const { return fileName_; }
     // Bytes left to read; lengths read from the file are checked against it
     // before anything is created or allocated.
-    uint64_t Remaining();
+    uint64_t Remaining() const { return readPosition_ < size_ ? size_ - readPosition_ : 0; }
 
     void ReadBytes(char* data, std::size_t count, const char* source);
     void Skip(uint64_t count, const char* source);
@@ -55,6 +54,7 @@ public:
 private:
     template <typename T>
     T Read(const char* source);
+    void MeasureSize();
     template <typename T>
     void Write(T value, const char* source);
 
@@ -62,11 +62,13 @@ private:
     std::string fileName_;
     std::istream* in_ = nullptr;
     std::ostream* out_ = nullptr;
+    std::string* outBytes_ = nullptr;
+    uint64_t size_ = 0;          // of what is read, measured when it is opened
     uint64_t readPosition_ = 0;  // kept by hand: asking the stream costs more than the read
     // Reads come out of this buffer: a stream read per field cost more than the
     // rest of loading a binary show. The stream stands bufferEnd_ - bufferAt_
     // bytes ahead of readPosition_.
-    std::vector<char> readBuffer_;
+    std::unique_ptr<char[]> readBuffer_;
     std::size_t bufferAt_ = 0;
     std::size_t bufferEnd_ = 0;
 };

@@ -91,8 +91,10 @@ std::optional<FileDataCollection> ImportSlideShow(const std::string& packagePath
     show.UpdateFileList(files);
     // Added last, so put in place last: a show never names a picture that is not there yet.
     AtomicFile& rewritten = staged.Add(targetPath);
-    if (show.Binary()) show.WriteBinary(rewritten.Stream(), targetPath);
-    else show.WriteText(rewritten.Stream());
+    std::string bytes;
+    if (show.Binary()) show.WriteBinary(bytes);
+    else show.WriteText(bytes);
+    rewritten.Stream().write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     staged.Commit();
     show.Terminate();
     return files;

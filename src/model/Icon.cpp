@@ -5,6 +5,7 @@
 #include "BinaryStream.h"
 #include "BlockParser.h"
 #include "HostReport.h"
+#include "TextOut.h"
 #include "services/Convert.h"
 #include "services/Error.h"
 #include "services/Language.h"
@@ -16,9 +17,9 @@ namespace kvo {
 
 namespace {
 
-constexpr const char* kIndent = "\t\t";
-constexpr const char* kKeyIndent = "\t\t\t";
-constexpr const char* kLineEnd = "\r\n";
+constexpr KeyTable kKeys{"LEFT",      "TOP",       "LEADERCOLOR",   "LEADERX",  "LEADERY",  "DRAWLEADER", "BENDPOINT", "ISVERTICAL",
+                         "FEATURENAME", "SEQNUMBER", "DISPLAYDIGITS", "FONTNAME", "FONTSIZE", "FONTBOLD",   "FONTCOLOR", "NAMECOLOR"};
+
 constexpr const char* kDefaultName = "NEWICON";
 
 template <typename T>
@@ -90,50 +91,52 @@ void Icon::LoadFromFile(BlockParser& parser) {
         }
         // Some keys go through the properties (clamped, named, counted), the rest are
         // stored as the file has them, beyond the limits if need be.
-        const std::string& key = parser.Key();
-        const std::string& text = parser.Value();
-        if (key == "LEFT") left_ = ToLong(text);
-        else if (key == "TOP") top_ = ToLong(text);
-        else if (key == "LEADERCOLOR") leaderColor_ = ToLong(text);
-        else if (key == "LEADERX") SetLeaderX(ToLong(text));
-        else if (key == "LEADERY") SetLeaderY(ToLong(text));
-        else if (key == "DRAWLEADER") drawLeader_ = ToBoolean(text);
-        else if (key == "BENDPOINT") bendPoint_ = ToInteger(text);
-        else if (key == "ISVERTICAL") isVertical_ = ToBoolean(text);
-        else if (key == "FEATURENAME") SetFeatureName(text);
-        else if (key == "SEQNUMBER") SetSequenceNumber(ToLong(text));
-        else if (key == "DISPLAYDIGITS") SetDisplayDigits(ToInteger(text));
-        else if (key == "FONTNAME") fontName_ = text;
-        else if (key == "FONTSIZE") SetFontSize(ToInteger(text));
-        else if (key == "FONTBOLD") SetFontBold(ToBoolean(text));
-        else if (key == "FONTCOLOR") fontColor_ = ToLong(text);
-        else if (key == "NAMECOLOR") nameColor_ = ToLong(text);
-        else
-            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon", Excerpt(key), parser.CurrentLine()}),
-                                    LoadResString(Str::IconLoadTitle), MessageKind::Information);
+        const std::string_view key = parser.Key();
+        const std::string_view text = parser.Value();
+        switch (kKeys.Find(key)) {
+            case kKeys["LEFT"]: left_ = ToLong(text); break;
+            case kKeys["TOP"]: top_ = ToLong(text); break;
+            case kKeys["LEADERCOLOR"]: leaderColor_ = ToLong(text); break;
+            case kKeys["LEADERX"]: SetLeaderX(ToLong(text)); break;
+            case kKeys["LEADERY"]: SetLeaderY(ToLong(text)); break;
+            case kKeys["DRAWLEADER"]: drawLeader_ = ToBoolean(text); break;
+            case kKeys["BENDPOINT"]: bendPoint_ = ToInteger(text); break;
+            case kKeys["ISVERTICAL"]: isVertical_ = ToBoolean(text); break;
+            case kKeys["FEATURENAME"]: SetFeatureName(text); break;
+            case kKeys["SEQNUMBER"]: SetSequenceNumber(ToLong(text)); break;
+            case kKeys["DISPLAYDIGITS"]: SetDisplayDigits(ToInteger(text)); break;
+            case kKeys["FONTNAME"]: fontName_ = text; break;
+            case kKeys["FONTSIZE"]: SetFontSize(ToInteger(text)); break;
+            case kKeys["FONTBOLD"]: SetFontBold(ToBoolean(text)); break;
+            case kKeys["FONTCOLOR"]: fontColor_ = ToLong(text); break;
+            case kKeys["NAMECOLOR"]: nameColor_ = ToLong(text); break;
+            default:
+                CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon", Excerpt(key), parser.CurrentLine()}),
+                                        LoadResString(Str::IconLoadTitle), MessageKind::Information);
+        }
     }
 }
 
-void Icon::SaveToFile(std::ostream& out) const {
-    out << kIndent << "BLOCK Icon" << kLineEnd;
-    if (isSequenceNumber_) out << kKeyIndent << "SEQNUMBER=" << sequenceNumber_ << kLineEnd;
-    else out << kKeyIndent << "FEATURENAME=" << TextValue(featureName_, "FEATURENAME") << kLineEnd;
-    out << kKeyIndent << "LEFT=" << left_ << kLineEnd;
-    out << kKeyIndent << "TOP=" << top_ << kLineEnd;
-    out << kKeyIndent << "DRAWLEADER=" << FormatBoolean(drawLeader_) << kLineEnd;
-    out << kKeyIndent << "LEADERCOLOR=" << leaderColor_ << kLineEnd;
-    out << kKeyIndent << "LEADERX=" << leaderX_ << kLineEnd;
-    out << kKeyIndent << "LEADERY=" << leaderY_ << kLineEnd;
-    out << kKeyIndent << "BENDPOINT=" << bendPoint_ << kLineEnd;
-    out << kKeyIndent << "ISVERTICAL=" << FormatBoolean(isVertical_) << kLineEnd;
-    out << kKeyIndent << "DISPLAYDIGITS=" << displayDigits_ << kLineEnd;
-    out << kKeyIndent << "FONTNAME=" << TextValue(fontName_, "FONTNAME") << kLineEnd;
-    out << kKeyIndent << "FONTSIZE=" << fontSize_ << kLineEnd;
-    out << kKeyIndent << "FONTBOLD=" << FormatBoolean(fontBold_) << kLineEnd;
-    out << kKeyIndent << "FONTCOLOR=" << fontColor_ << kLineEnd;
-    out << kKeyIndent << "NAMECOLOR=" << nameColor_ << kLineEnd;
+void Icon::SaveToFile(std::string& out) const {
+    out += "\t\tBLOCK Icon\r\n";
+    if (isSequenceNumber_) AppendLine(out, "\t\t\tSEQNUMBER=", sequenceNumber_);
+    else AppendLine(out, "\t\t\tFEATURENAME=", TextValue(featureName_, "FEATURENAME"));
+    AppendLine(out, "\t\t\tLEFT=", left_);
+    AppendLine(out, "\t\t\tTOP=", top_);
+    AppendLine(out, "\t\t\tDRAWLEADER=", drawLeader_);
+    AppendLine(out, "\t\t\tLEADERCOLOR=", leaderColor_);
+    AppendLine(out, "\t\t\tLEADERX=", leaderX_);
+    AppendLine(out, "\t\t\tLEADERY=", leaderY_);
+    AppendLine(out, "\t\t\tBENDPOINT=", bendPoint_);
+    AppendLine(out, "\t\t\tISVERTICAL=", isVertical_);
+    AppendLine(out, "\t\t\tDISPLAYDIGITS=", displayDigits_);
+    AppendLine(out, "\t\t\tFONTNAME=", TextValue(fontName_, "FONTNAME"));
+    AppendLine(out, "\t\t\tFONTSIZE=", fontSize_);
+    AppendLine(out, "\t\t\tFONTBOLD=", fontBold_);
+    AppendLine(out, "\t\t\tFONTCOLOR=", fontColor_);
+    AppendLine(out, "\t\t\tNAMECOLOR=", nameColor_);
     for (const auto& cell : values_) cell->SaveToFile(out);
-    out << kIndent << "END" << kLineEnd;
+    out += "\t\tEND\r\n";
 }
 
 void Icon::LoadFromBinary(BinaryStream& stream, int32_t version) {

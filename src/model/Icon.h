@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <ostream>
 #include <span>
 #include <string>
 #include <string_view>
@@ -45,7 +44,8 @@ public:
     void Initialize();
     void Terminate() { values_.Clear(); }
     void LoadFromFile(BlockParser& parser);
-    void SaveToFile(std::ostream& out) const;
+    // Appends the block to out.
+    void SaveToFile(std::string& out) const;
     void LoadFromBinary(BinaryStream& stream, int32_t version);
     void SaveToBinary(BinaryStream& stream) const;
 

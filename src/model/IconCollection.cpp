@@ -7,6 +7,14 @@
 
 namespace kvo {
 
+namespace {
+
+// Five Longs, two Booleans and two Integers, an empty font name, an Integer,
+// a Boolean, two Longs, the flag, an empty name and the count of cells.
+constexpr uint64_t kMinimalIconBytes = 20 + 8 + 2 + 2 + 2 + 8 + 2 + 2 + 4;
+
+}  // namespace
+
 IconCollection::IconCollection(const IconCollection& other) {
     icons_.reserve(other.icons_.size());
     for (const auto& icon : other.icons_) icons_.push_back(std::make_unique<Icon>(*icon));
@@ -37,6 +45,7 @@ Icon& IconCollection::AddFromFile(BlockParser& parser) {
 
 void IconCollection::AddFromBinary(BinaryStream& stream, int32_t version) {
     const int32_t count = stream.GetLong();
+    icons_.reserve(icons_.size() + ReservedCount(count, stream.Remaining(), kMinimalIconBytes));
     for (int32_t i = 0; i < count; ++i) {
         auto icon = std::make_unique<Icon>();
         icon->Initialize();

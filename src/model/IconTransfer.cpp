@@ -1,7 +1,5 @@
 #include "IconTransfer.h"
 
-#include <sstream>
-
 #include "BlockParser.h"
 #include "services/Error.h"
 #include "services/Language.h"
@@ -11,9 +9,9 @@
 namespace kvo {
 
 std::string IconsToText(const std::vector<const Icon*>& icons) {
-    std::ostringstream out;
+    std::string out;
     for (const Icon* icon : icons) icon->SaveToFile(out);
-    return out.str();
+    return out;
 }
 
 std::vector<std::unique_ptr<Icon>> IconsFromText(const std::string& text) {

@@ -52,9 +52,9 @@ void Recovery::Write(const SlideShow& show, const std::string& document) const {
         std::filesystem::permissions(directory_, std::filesystem::perms::owner_all, ec);
     const std::string name = AbsolutePath(document) + '\n';
     if (ReadAll(stem + kDocumentExtension) != name) WriteFileAtomically(stem + kDocumentExtension, name);
-    AtomicFile file(stem + kCopyExtension);
-    show.WriteBinary(file.Stream(), file.TargetPath());
-    file.Commit();
+    std::string bytes;
+    show.WriteBinary(bytes);
+    WriteFileAtomically(stem + kCopyExtension, bytes);
 }
 
 void Recovery::Remove(const std::string& document) const {

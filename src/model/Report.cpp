@@ -58,10 +58,10 @@ bool Boolean(const BlockParser& parser, const char* block) {
 }
 
 // A column key: "C" and the column's number.
-std::optional<int16_t> ColumnOf(const std::string& key) {
-    if (key.size() < 2 || key[0] != 'C' || key.find_first_not_of("0123456789", 1) != std::string::npos) return std::nullopt;
+std::optional<int16_t> ColumnOf(std::string_view key) {
+    if (key.size() < 2 || key[0] != 'C' || key.find_first_not_of("0123456789", 1) != std::string_view::npos) return std::nullopt;
     try {
-        return ToInteger(std::string_view(key).substr(1));
+        return ToInteger(key.substr(1));
     } catch (const Error&) {
         return std::nullopt;
     }
@@ -91,7 +91,7 @@ void Report::LoadFromFile(const std::string& fileName) {
         if (parser.GetToken() != BlockParser::TokenStartBlock || parser.BlockType() != "REPORT")
             throw Problem(Str::ReportNoBlock, {parser.CurrentLine()});
         for (int16_t token = parser.GetToken(); token != BlockParser::TokenEndBlock; token = parser.GetToken()) {
-            if (token == BlockParser::TokenKeyValue && parser.Key() == "NAME") name_ = parser.Value();
+            if (token == BlockParser::TokenKeyValue && parser.Key() == "NAME") name_ = std::string(parser.Value());
             else if (token == BlockParser::TokenStartBlock && parser.BlockType() == "FEATURE") ReadFeature(parser);
             else Unexpected(parser, token, "Report", kReportKeys, "FEATURE");
         }
@@ -107,7 +107,7 @@ void Report::ReadFeature(BlockParser& parser) {
     auto feature = std::make_unique<ReportFeature>();
     bool numbered = false, named = false;
     for (int16_t token = parser.GetToken(); token != BlockParser::TokenEndBlock; token = parser.GetToken()) {
-        const std::string& key = parser.Key();
+        const std::string_view key = parser.Key();
         if (token == BlockParser::TokenStartBlock && parser.BlockType() == "ROW") {
             ReadRow(parser, *feature, parser.CurrentLine());
         } else if (token != BlockParser::TokenKeyValue) {

@@ -5,6 +5,7 @@
 #include "BlockParser.h"
 #include "FileDataCollection.h"
 #include "SlideShow.h"
+#include "TextOut.h"
 #include "services/Convert.h"
 #include "services/Error.h"
 #include "services/Language.h"
@@ -17,7 +18,8 @@ namespace kvo {
 
 namespace {
 
-constexpr const char* kLineEnd = "\r\n";
+constexpr KeyTable kKeys{"NAME", "ENABLED", "GRAPHIC", "BACKCOLOR", "LEFT", "TOP", "WIDTH", "HEIGHT", "KEY", "HELPTOPIC"};
+
 constexpr const char* kPictureTitle = "Set Picture File";
 
 }  // namespace
@@ -50,37 +52,39 @@ void Slide::LoadFromFile(BlockParser& parser) {
             icons_.AddFromFile(parser);
             continue;
         }
-        const std::string& key = parser.Key();
-        const std::string& text = parser.Value();
-        if (key == "NAME") name_ = text;
-        else if (key == "ENABLED") enabled_ = ToBoolean(text);
-        else if (key == "GRAPHIC") pictureFile_ = text;  // as written: no path check on load
-        else if (key == "BACKCOLOR") backColor_ = ToLong(text);
-        else if (key == "LEFT") left_ = ToInteger(text);
-        else if (key == "TOP") top_ = ToInteger(text);
-        else if (key == "WIDTH") width_ = ToInteger(text);
-        else if (key == "HEIGHT") height_ = ToInteger(text);
-        else if (key == "KEY") continue;  // written by an older layout; means nothing now
-        else if (key == "HELPTOPIC") helpTopic_ = ToInteger(text);
-        else
-            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Slide", Excerpt(key), parser.CurrentLine()}),
-                                    LoadResString(Str::SlideLoadTitle), MessageKind::Information);
+        const std::string_view key = parser.Key();
+        const std::string_view text = parser.Value();
+        switch (kKeys.Find(key)) {
+            case kKeys["NAME"]: name_ = text; break;
+            case kKeys["ENABLED"]: enabled_ = ToBoolean(text); break;
+            case kKeys["GRAPHIC"]: pictureFile_ = text; break;  // as written: no path check on load
+            case kKeys["BACKCOLOR"]: backColor_ = ToLong(text); break;
+            case kKeys["LEFT"]: left_ = ToInteger(text); break;
+            case kKeys["TOP"]: top_ = ToInteger(text); break;
+            case kKeys["WIDTH"]: width_ = ToInteger(text); break;
+            case kKeys["HEIGHT"]: height_ = ToInteger(text); break;
+            case kKeys["KEY"]: break;  // written by an older layout; means nothing now
+            case kKeys["HELPTOPIC"]: helpTopic_ = ToInteger(text); break;
+            default:
+                CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Slide", Excerpt(key), parser.CurrentLine()}),
+                                        LoadResString(Str::SlideLoadTitle), MessageKind::Information);
+        }
     }
 }
 
-void Slide::SaveToFile(std::ostream& out) const {
-    out << "\tBLOCK Slide" << kLineEnd;
-    out << "\t\tNAME=" << TextValue(name_, "NAME") << kLineEnd;
-    out << "\t\tENABLED=" << FormatBoolean(enabled_) << kLineEnd;
-    out << "\t\tGRAPHIC=" << TextValue(pictureFile_, "GRAPHIC") << kLineEnd;
-    out << "\t\tBACKCOLOR=" << backColor_ << kLineEnd;
-    out << "\t\tLEFT=" << left_ << kLineEnd;
-    out << "\t\tTOP=" << top_ << kLineEnd;
-    out << "\t\tWIDTH=" << width_ << kLineEnd;
-    out << "\t\tHEIGHT=" << height_ << kLineEnd;
-    out << "\t\tHELPTOPIC=" << helpTopic_ << kLineEnd;
+void Slide::SaveToFile(std::string& out) const {
+    out += "\tBLOCK Slide\r\n";
+    AppendLine(out, "\t\tNAME=", TextValue(name_, "NAME"));
+    AppendLine(out, "\t\tENABLED=", enabled_);
+    AppendLine(out, "\t\tGRAPHIC=", TextValue(pictureFile_, "GRAPHIC"));
+    AppendLine(out, "\t\tBACKCOLOR=", backColor_);
+    AppendLine(out, "\t\tLEFT=", left_);
+    AppendLine(out, "\t\tTOP=", top_);
+    AppendLine(out, "\t\tWIDTH=", width_);
+    AppendLine(out, "\t\tHEIGHT=", height_);
+    AppendLine(out, "\t\tHELPTOPIC=", helpTopic_);
     for (const auto& icon : icons_) icon->SaveToFile(out);
-    out << "\tEND" << kLineEnd;
+    out += "\tEND\r\n";
 }
 
 void Slide::LoadFromBinary(BinaryStream& stream, int32_t version) {

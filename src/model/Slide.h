@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <ostream>
 #include <span>
 #include <string>
 
@@ -29,7 +28,8 @@ public:
     void Terminate() { icons_.Clear(); }
     // Reads the body of a "BLOCK Slide" whose start line the caller has consumed.
     void LoadFromFile(BlockParser& parser);
-    void SaveToFile(std::ostream& out) const;
+    // Appends the block to out.
+    void SaveToFile(std::string& out) const;
     void LoadFromBinary(BinaryStream& stream, int32_t version);
     void SaveToBinary(BinaryStream& stream) const;
 

@@ -12,6 +12,9 @@ namespace kvo {
 
 namespace {
 
+// Two empty texts, a Boolean, two Longs and five Integers.
+constexpr uint64_t kMinimalSlideBytes = 4 + 2 + 8 + 10;
+
 void CheckPosition(int32_t index, std::size_t count, const char* source) {
     if (index < 1 || static_cast<std::size_t>(index) > count)
         throw Error(ErrorNumber::SubscriptOutOfRange, source, "Subscript out of range: " + std::to_string(index));
@@ -56,6 +59,7 @@ Slide& SlideCollection::AddFromFile(BlockParser& parser) {
 
 void SlideCollection::AddFromBinary(BinaryStream& stream, int32_t version) {
     const int32_t count = stream.GetLong();
+    slides_.reserve(slides_.size() + ReservedCount(count, stream.Remaining(), kMinimalSlideBytes));
     for (int32_t i = 0; i < count; ++i) {
         auto slide = std::make_unique<Slide>();
         slide->Initialize();

@@ -6,6 +6,7 @@
 #include "BinaryStream.h"
 #include "BlockParser.h"
 #include "FileDataCollection.h"
+#include "TextOut.h"
 #include "services/AtomicFile.h"
 #include "services/Convert.h"
 #include "services/Error.h"
@@ -18,8 +19,6 @@
 namespace kvo {
 
 namespace {
-
-constexpr const char* kLineEnd = "\r\n";
 
 // The version between the first and second "|" of a binary header; 0 when
 // there is none or it is no number.
@@ -70,7 +69,7 @@ void SlideShow::LoadFromFile(const std::string& fileName) {
     ReadLocatedText(parser);
 }
 
-void SlideShow::LoadFromBytes(std::string bytes, const std::string& name) {
+void SlideShow::LoadFromBytes(const std::string& bytes, const std::string& name) {
     binary_ = false;
     {
         std::istringstream in(bytes);
@@ -78,7 +77,7 @@ void SlideShow::LoadFromBytes(std::string bytes, const std::string& name) {
         if (stream.OpenReader(in, name)) return ReadBinary(stream);
     }
     BlockParser parser;
-    parser.OpenText(std::move(bytes), name);
+    parser.OpenText(bytes, name);
     ReadLocatedText(parser);
 }
 
@@ -123,15 +122,18 @@ void SlideShow::ReadText(BlockParser& parser) {
         throw Error(ErrorNumber::LoadStructure, title, FormatResString(Str::LoadTrailingText, {parser.CurrentLine()}));
 }
 
-void SlideShow::HandleKey(const std::string& key, const std::string& value, int32_t line) {
-    if (key == "NAME") name_ = value;
-    else if (key == "DESCRIPTION") description_ = value;
-    else if (key == "CUSTOMER") customer_ = value;
-    else if (key == "HELPFILE") helpFile_ = value;
-    else if (key == "HELPTOPIC") helpTopic_ = ToInteger(value);
-    else
-        CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"SlideShow", Excerpt(key), line}),
-                                LoadResString(Str::SlideShowLoadTitle), MessageKind::Information);
+void SlideShow::HandleKey(std::string_view key, std::string_view value, int32_t line) {
+    static constexpr KeyTable kKeys{"NAME", "DESCRIPTION", "CUSTOMER", "HELPFILE", "HELPTOPIC"};
+    switch (kKeys.Find(key)) {
+        case kKeys["NAME"]: name_ = value; break;
+        case kKeys["DESCRIPTION"]: description_ = value; break;
+        case kKeys["CUSTOMER"]: customer_ = value; break;
+        case kKeys["HELPFILE"]: helpFile_ = value; break;
+        case kKeys["HELPTOPIC"]: helpTopic_ = ToInteger(value); break;
+        default:
+            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"SlideShow", Excerpt(key), line}),
+                                    LoadResString(Str::SlideShowLoadTitle), MessageKind::Information);
+    }
 }
 
 void SlideShow::ReadBinaryRecord(BinaryStream& stream) {
@@ -152,27 +154,27 @@ void SlideShow::ReadBinaryRecord(BinaryStream& stream) {
     helpTopic_ = stream.GetInteger();
 }
 
-void SlideShow::WriteText(std::ostream& out) const {
-    out << "BLOCK SlideShow" << kLineEnd;
-    out << "\tNAME=" << TextValue(name_, "NAME") << kLineEnd;
-    out << "\tDESCRIPTION=" << TextValue(description_, "DESCRIPTION") << kLineEnd;
-    out << "\tCUSTOMER=" << TextValue(customer_, "CUSTOMER") << kLineEnd;
-    out << "\tHELPFILE=" << TextValue(helpFile_, "HELPFILE") << kLineEnd;
-    out << "\tHELPTOPIC=" << helpTopic_ << kLineEnd;
+void SlideShow::WriteText(std::string& out) const {
+    out += "BLOCK SlideShow\r\n";
+    AppendLine(out, "\tNAME=", TextValue(name_, "NAME"));
+    AppendLine(out, "\tDESCRIPTION=", TextValue(description_, "DESCRIPTION"));
+    AppendLine(out, "\tCUSTOMER=", TextValue(customer_, "CUSTOMER"));
+    AppendLine(out, "\tHELPFILE=", TextValue(helpFile_, "HELPFILE"));
+    AppendLine(out, "\tHELPTOPIC=", helpTopic_);
     for (const auto& slide : slides_) slide->SaveToFile(out);
-    out << "END" << kLineEnd;
+    out += "END\r\n";
 }
 
 void SlideShow::SaveToFile(const std::string& fileName) {
-    AtomicFile file(fileName);
-    WriteText(file.Stream());
-    file.Commit();
+    std::string text;
+    WriteText(text);
+    WriteFileAtomically(fileName, text);
     binary_ = false;
 }
 
-void SlideShow::WriteBinary(std::ostream& out, const std::string& fileName) const {
+void SlideShow::WriteBinary(std::string& out) const {
     BinaryStream stream;
-    stream.OpenWriter(out, fileName);
+    stream.OpenWriter(out, "slide show");
     stream.WriteString(kBinaryHeader);
     stream.WriteString(name_);
     stream.WriteString(description_);
@@ -183,16 +185,16 @@ void SlideShow::WriteBinary(std::ostream& out, const std::string& fileName) cons
 }
 
 void SlideShow::SaveToBinary(const std::string& fileName) {
-    AtomicFile file(fileName);
-    WriteBinary(file.Stream(), fileName);
-    file.Commit();
+    std::string bytes;
+    WriteBinary(bytes);
+    WriteFileAtomically(fileName, bytes);
     binary_ = true;
 }
 
 std::string SlideShow::Snapshot() const {
-    std::ostringstream out(std::ios::binary);
-    WriteBinary(out, "slide show snapshot");
-    return std::move(out).str();
+    std::string bytes;
+    WriteBinary(bytes);
+    return bytes;
 }
 
 void SlideShow::Restore(const std::string& snapshot, const std::string& source) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <ostream>
 #include <span>
 #include <string>
 #include <string_view>
@@ -46,13 +45,13 @@ public:
     void LoadFromFile(const std::string& fileName);
     // The same from a file's bytes held in memory (a show inside a package);
     // name stands for the file in errors.
-    void LoadFromBytes(std::string bytes, const std::string& name);
+    void LoadFromBytes(const std::string& bytes, const std::string& name);
     void SaveToFile(const std::string& fileName);
     void SaveToBinary(const std::string& fileName);
-    // The text form, as SaveToFile writes it.
-    void WriteText(std::ostream& out) const;
-    // The binary form, as SaveToBinary writes it; fileName only names it in errors.
-    void WriteBinary(std::ostream& out, const std::string& fileName) const;
+    // The text form, as SaveToFile writes it, appended to out.
+    void WriteText(std::string& out) const;
+    // The binary form, as SaveToBinary writes it, appended to out.
+    void WriteBinary(std::string& out) const;
     // The whole document as the binary format's bytes, for the recovery copy
     // and the samples of an average.
     // Restore puts such bytes back and keeps the format and header of the file
@@ -105,7 +104,7 @@ private:
     void ReadText(BlockParser& parser);
     void ReadBinary(BinaryStream& stream);
     void ReadLocatedText(BlockParser& parser);
-    void HandleKey(const std::string& key, const std::string& value, int32_t line);
+    void HandleKey(std::string_view key, std::string_view value, int32_t line);
     void ReadBinaryRecord(BinaryStream& stream);
 
     SlideCollection slides_;

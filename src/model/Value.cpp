@@ -6,6 +6,7 @@
 #include "BinaryStream.h"
 #include "BlockParser.h"
 #include "HostReport.h"
+#include "TextOut.h"
 #include "services/Convert.h"
 #include "services/Error.h"
 #include "services/Language.h"
@@ -17,8 +18,7 @@ namespace kvo {
 
 namespace {
 
-constexpr const char* kIndent = "\t\t\t";
-constexpr const char* kLineEnd = "\r\n";
+constexpr KeyTable kKeys{"TYPE", "SYMBOL", "ROW", "COLUMN", "FORMAT", "PERCENTAGE", "VALUE", "TOLERANCE", "ISLIMIT"};
 
 const std::string& ListItem(const std::vector<std::string>& list, int32_t index, const char* source) {
     if (index < 1 || index > static_cast<int32_t>(list.size()))
@@ -48,18 +48,13 @@ void Value::Initialize() {
     fraction_ = 0.8;
     decimals_ = 3;
     isLimit_ = false;
-    plusTol_ = minusTol_ = softPlusTol_ = softMinusTol_ = 0;
-    isAverage_ = false;
-    sampleSize_ = summCount_ = 0;
-    summ_ = 0;
+    run_.Reset();
     gotTols_ = false;
-    logList_.clear();
-    valueList_.clear();
 }
 
 void Value::Terminate() {
-    KeepOneItem(logList_);
-    KeepOneItem(valueList_);
+    if (run_.Get().logList.size() > 1) KeepOneItem(run_.Set().logList);
+    if (run_.Get().valueList.size() > 1) KeepOneItem(run_.Set().valueList);
 }
 
 void Value::LoadFromFile(BlockParser& parser) {
@@ -70,35 +65,37 @@ void Value::LoadFromFile(BlockParser& parser) {
             throw Error(ErrorNumber::LoadStructure, LoadResString(Str::ValueLoadTitle),
                         FormatResString(Str::LoadUnexpectedBlock,
                                         {"BLOCK", parser.CurrentLine(), "none", parser.BlockType()}));
-        const std::string& key = parser.Key();
-        const std::string& text = parser.Value();
-        if (key == "TYPE") type_ = text;
-        else if (key == "SYMBOL") symbol_ = ToInteger(text);
-        else if (key == "ROW") row_ = ToInteger(text);
-        else if (key == "COLUMN") column_ = ToInteger(text);
-        else if (key == "FORMAT") decimals_ = ToInteger(text);
-        else if (key == "PERCENTAGE") fraction_ = ToDouble(text);
-        else if (key == "VALUE") currentValue_ = Variant::Decode(text);
-        else if (key == "TOLERANCE") tolerance_ = ToInteger(text);
-        else if (key == "ISLIMIT") isLimit_ = ToBoolean(text);
-        else
-            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon Value", Excerpt(key), parser.CurrentLine()}),
-                                    LoadResString(Str::ValueLoadTitle), MessageKind::Information);
+        const std::string_view key = parser.Key();
+        const std::string_view text = parser.Value();
+        switch (kKeys.Find(key)) {
+            case kKeys["TYPE"]: type_ = text; break;
+            case kKeys["SYMBOL"]: symbol_ = ToInteger(text); break;
+            case kKeys["ROW"]: row_ = ToInteger(text); break;
+            case kKeys["COLUMN"]: column_ = ToInteger(text); break;
+            case kKeys["FORMAT"]: decimals_ = ToInteger(text); break;
+            case kKeys["PERCENTAGE"]: fraction_ = ToDouble(text); break;
+            case kKeys["VALUE"]: currentValue_ = Variant::Decode(text); break;
+            case kKeys["TOLERANCE"]: tolerance_ = ToInteger(text); break;
+            case kKeys["ISLIMIT"]: isLimit_ = ToBoolean(text); break;
+            default:
+                CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon Value", Excerpt(key), parser.CurrentLine()}),
+                                        LoadResString(Str::ValueLoadTitle), MessageKind::Information);
+        }
     }
 }
 
-void Value::SaveToFile(std::ostream& out) const {
-    out << kIndent << "BLOCK Value" << kLineEnd;
-    out << kIndent << "\tTYPE=" << TextValue(type_, "TYPE") << kLineEnd;
-    out << kIndent << "\tSYMBOL=" << symbol_ << kLineEnd;
-    out << kIndent << "\tROW=" << row_ << kLineEnd;
-    out << kIndent << "\tCOLUMN=" << column_ << kLineEnd;
-    out << kIndent << "\tPERCENTAGE=" << FormatDouble(fraction_) << kLineEnd;
-    out << kIndent << "\tVALUE=" << TextValue(currentValue_.Encode(), "VALUE") << kLineEnd;
-    out << kIndent << "\tFORMAT=" << decimals_ << kLineEnd;
-    out << kIndent << "\tTOLERANCE=" << tolerance_ << kLineEnd;
-    out << kIndent << "\tISLIMIT=" << FormatBoolean(isLimit_) << kLineEnd;
-    out << kIndent << "END" << kLineEnd;
+void Value::SaveToFile(std::string& out) const {
+    out += "\t\t\tBLOCK Value\r\n";
+    AppendLine(out, "\t\t\t\tTYPE=", TextValue(type_, "TYPE"));
+    AppendLine(out, "\t\t\t\tSYMBOL=", symbol_);
+    AppendLine(out, "\t\t\t\tROW=", row_);
+    AppendLine(out, "\t\t\t\tCOLUMN=", column_);
+    AppendLine(out, "\t\t\t\tPERCENTAGE=", FormatDouble(fraction_));
+    AppendLine(out, "\t\t\t\tVALUE=", TextValue(currentValue_.Encode(), "VALUE"));
+    AppendLine(out, "\t\t\t\tFORMAT=", decimals_);
+    AppendLine(out, "\t\t\t\tTOLERANCE=", tolerance_);
+    AppendLine(out, "\t\t\t\tISLIMIT=", isLimit_);
+    out += "\t\t\tEND\r\n";
 }
 
 void Value::LoadFromBinary(BinaryStream& stream, int32_t version) {
@@ -112,10 +109,10 @@ void Value::LoadFromBinary(BinaryStream& stream, int32_t version) {
     isLimit_ = stream.GetBoolean();
     currentValue_ = stream.GetVariant();
     if (version == 1) {
-        plusTol_ = stream.GetDouble();
-        minusTol_ = stream.GetDouble();
-        softPlusTol_ = stream.GetDouble();
-        softMinusTol_ = stream.GetDouble();
+        SetPlusTol(stream.GetDouble());
+        SetMinusTol(stream.GetDouble());
+        SetSoftPlusTol(stream.GetDouble());
+        SetSoftMinusTol(stream.GetDouble());
         gotTols_ = true;
     }
 }
@@ -130,10 +127,10 @@ void Value::SaveToBinary(BinaryStream& stream) const {
     stream.WriteInteger(tolerance_);
     stream.WriteBoolean(isLimit_);
     stream.WriteVariant(currentValue_);
-    stream.WriteDouble(plusTol_);
-    stream.WriteDouble(minusTol_);
-    stream.WriteDouble(softPlusTol_);
-    stream.WriteDouble(softMinusTol_);
+    stream.WriteDouble(PlusTol());
+    stream.WriteDouble(MinusTol());
+    stream.WriteDouble(SoftPlusTol());
+    stream.WriteDouble(SoftMinusTol());
 }
 
 std::string Value::DisplayText() const {
@@ -151,16 +148,17 @@ double Value::ShownNumber(const std::string& shown) {
     return shown == "." || shown == "-." ? 0.0 : ToDouble(shown);
 }
 
-const std::string& Value::LogItem(int32_t index) const { return ListItem(logList_, index, "Value.LogItem"); }
+const std::string& Value::LogItem(int32_t index) const { return ListItem(run_.Get().logList, index, "Value.LogItem"); }
 
-const std::string& Value::ValueItem(int32_t index) const { return ListItem(valueList_, index, "Value.ValueItem"); }
+const std::string& Value::ValueItem(int32_t index) const { return ListItem(run_.Get().valueList, index, "Value.ValueItem"); }
 
 int16_t Value::Percentage() const { return RoundToInteger(fraction_ * 100); }
 
 int16_t Value::Classify(double deviation) const {
     if (deviation == 0) return ToleranceState::InBand;
-    if (deviation > plusTol_ || deviation < minusTol_) return ToleranceState::OutOfTolerance;
-    if (deviation <= softPlusTol_ && deviation >= softMinusTol_) return ToleranceState::InBand;
+    const RunTime& run = run_.Get();
+    if (deviation > run.plusTol || deviation < run.minusTol) return ToleranceState::OutOfTolerance;
+    if (deviation <= run.softPlusTol && deviation >= run.softMinusTol) return ToleranceState::InBand;
     return ToleranceState::Warning;
 }
 
@@ -180,13 +178,14 @@ void Value::UpdateReport(HostReport& host, std::span<const int16_t> rowFlags, st
             return;
         }
         double deviation = 0;
+        RunTime& run = run_.Set();
         if (row_ < 9 || row_ > 13) {
             isLimit_ = host.limittolerancing();
             if (!isLimit_) {
-                plusTol_ = host.s(2, row_).ToDouble();
-                minusTol_ = -host.s(3, row_).ToDouble();
-                softPlusTol_ = plusTol_ * fraction_;
-                softMinusTol_ = minusTol_ * fraction_;
+                run.plusTol = host.s(2, row_).ToDouble();
+                run.minusTol = -host.s(3, row_).ToDouble();
+                run.softPlusTol = run.plusTol * fraction_;
+                run.softMinusTol = run.minusTol * fraction_;
                 deviation = host.s(4, row_).ToDouble();
             } else {
                 // s(2) and s(3) are the two limits; the deviation is taken from their middle.
@@ -195,21 +194,21 @@ void Value::UpdateReport(HostReport& host, std::span<const int16_t> rowFlags, st
                 const double lower = host.s(3, row_).ToDouble();
                 const double middle = (upper + lower) / 2;
                 const double half = std::fabs((lower - upper) / 2);
-                plusTol_ = half;
-                minusTol_ = -half;
-                softPlusTol_ = half * fraction_;
-                softMinusTol_ = -half * fraction_;
+                run.plusTol = half;
+                run.minusTol = -half;
+                run.softPlusTol = half * fraction_;
+                run.softMinusTol = -half * fraction_;
                 deviation = host.s(0, row_).ToDouble() - middle;
             }
         } else {
-            plusTol_ = host.s(2, row_).ToDouble();
-            minusTol_ = 0;
-            softPlusTol_ = plusTol_ * fraction_;
-            softMinusTol_ = 0;
+            run.plusTol = host.s(2, row_).ToDouble();
+            run.minusTol = 0;
+            run.softPlusTol = run.plusTol * fraction_;
+            run.softMinusTol = 0;
             deviation = host.s(4, row_).ToDouble();
             if (row_ == 9 && host.MmcTolerancing()) {
-                plusTol_ = host.MmcBonus().ToDouble() + host.s(2, row_).ToDouble();
-                softPlusTol_ = plusTol_ * fraction_;
+                run.plusTol = host.MmcBonus().ToDouble() + host.s(2, row_).ToDouble();
+                run.softPlusTol = run.plusTol * fraction_;
             }
         }
         currentValue_ = Variant(RoundToDecimals(deviation));
@@ -228,11 +227,11 @@ void Value::Copy(Value& target) const {
     target.SetGeometricSymbol(symbol_);
     target.SetPercentage(Percentage());
     target.SetCurrentValue(currentValue_);
-    target.SetIsAverage(isAverage_);
-    target.SetPlusTol(plusTol_);
-    target.SetMinusTol(minusTol_);
-    target.SetSoftPlusTol(softPlusTol_);
-    target.SetSoftMinusTol(softMinusTol_);
+    target.SetIsAverage(IsAverage());
+    target.SetPlusTol(PlusTol());
+    target.SetMinusTol(MinusTol());
+    target.SetSoftPlusTol(SoftPlusTol());
+    target.SetSoftMinusTol(SoftMinusTol());
 }
 
 bool Value::IsOutOfTolerance() const {
@@ -240,26 +239,29 @@ bool Value::IsOutOfTolerance() const {
 }
 
 void Value::InitializeSampleSet(int16_t sampleSize) {
-    summ_ = 0;
-    isAverage_ = true;
-    summCount_ = 0;
-    sampleSize_ = sampleSize;
+    RunTime& run = run_.Set();
+    run.summ = 0;
+    run.isAverage = true;
+    run.summCount = 0;
+    run.sampleSize = sampleSize;
 }
 
 void Value::CalculateAverage() {
-    if (column_ != kDeviationColumn || summCount_ < 1) return;
+    const RunTime& run = run_.Get();
+    if (column_ != kDeviationColumn || run.summCount < 1) return;
     try {
-        const double average = RoundToDecimals(summ_ / summCount_);
+        const double average = RoundToDecimals(run.summ / run.summCount);
         currentValue_ = Variant(average);
         // An incomplete set is shown unevaluated.
-        tolerance_ = (summCount_ == sampleSize_ && gotTols_) ? Classify(average) : ToleranceState::NotEvaluated;
+        tolerance_ = (run.summCount == run.sampleSize && gotTols_) ? Classify(average) : ToleranceState::NotEvaluated;
     } catch (...) {
         // Arithmetic that cannot be shown ends the average silently.
     }
 }
 
 bool Value::IsLogCol(std::string_view name) const {
-    return std::find(logList_.begin(), logList_.end(), name) != logList_.end();
+    const auto& logs = run_.Get().logList;
+    return std::find(logs.begin(), logs.end(), name) != logs.end();
 }
 
 }  // namespace kvo

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <bit>
 #include <cstdint>
-#include <ostream>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -12,6 +13,35 @@
 namespace kvo {
 
 class BinaryStream;
+
+// A part of an object that most objects never need: made on its first change,
+// read as its defaults until then, copied deep and compared by its contents.
+template <typename Part>
+class OnDemand {
+public:
+    OnDemand() = default;
+    OnDemand(const OnDemand& other) : part_(other.part_ ? std::make_unique<Part>(*other.part_) : nullptr) {}
+    OnDemand& operator=(const OnDemand& other) {
+        part_ = other.part_ ? std::make_unique<Part>(*other.part_) : nullptr;
+        return *this;
+    }
+    OnDemand(OnDemand&&) noexcept = default;
+    OnDemand& operator=(OnDemand&&) noexcept = default;
+    bool operator==(const OnDemand& other) const { return Get() == other.Get(); }
+
+    const Part& Get() const {
+        static const Part defaults{};
+        return part_ ? *part_ : defaults;
+    }
+    Part& Set() {
+        if (!part_) part_ = std::make_unique<Part>();
+        return *part_;
+    }
+    void Reset() { part_.reset(); }
+
+private:
+    std::unique_ptr<Part> part_;
+};
 class BlockParser;
 class HostReport;
 
@@ -39,7 +69,8 @@ public:
     void Terminate();
     // Reads the body of a "BLOCK Value" whose start line the caller has consumed.
     void LoadFromFile(BlockParser& parser);
-    void SaveToFile(std::ostream& out) const;
+    // Appends the block to out.
+    void SaveToFile(std::string& out) const;
     void LoadFromBinary(BinaryStream& stream, int32_t version);
     void SaveToBinary(BinaryStream& stream) const;
 
@@ -52,28 +83,28 @@ public:
 
     const Variant& CurrentValue() const { return currentValue_; }
     void SetCurrentValue(Variant value) { currentValue_ = std::move(value); }
-    double PlusTol() const { return plusTol_; }
-    void SetPlusTol(double value) { plusTol_ = value; }
-    double MinusTol() const { return minusTol_; }
-    void SetMinusTol(double value) { minusTol_ = value; }
-    double SoftPlusTol() const { return softPlusTol_; }
-    void SetSoftPlusTol(double value) { softPlusTol_ = value; }
-    double SoftMinusTol() const { return softMinusTol_; }
-    void SetSoftMinusTol(double value) { softMinusTol_ = value; }
-    double Summ() const { return summ_; }
-    void SetSumm(const Variant& value) { summ_ = value.ToDouble(); }
-    int16_t SummCount() const { return summCount_; }
-    void SetSummCount(int16_t value) { summCount_ = value; }
-    int16_t SampleSize() const { return sampleSize_; }
-    void SetSampleSize(int16_t value) { sampleSize_ = value; }
-    int32_t LogCount() const { return static_cast<int32_t>(logList_.size()); }
+    double PlusTol() const { return run_.Get().plusTol; }
+    void SetPlusTol(double value) { SetTolerance(&RunTime::plusTol, value); }
+    double MinusTol() const { return run_.Get().minusTol; }
+    void SetMinusTol(double value) { SetTolerance(&RunTime::minusTol, value); }
+    double SoftPlusTol() const { return run_.Get().softPlusTol; }
+    void SetSoftPlusTol(double value) { SetTolerance(&RunTime::softPlusTol, value); }
+    double SoftMinusTol() const { return run_.Get().softMinusTol; }
+    void SetSoftMinusTol(double value) { SetTolerance(&RunTime::softMinusTol, value); }
+    double Summ() const { return run_.Get().summ; }
+    void SetSumm(const Variant& value) { run_.Set().summ = value.ToDouble(); }
+    int16_t SummCount() const { return run_.Get().summCount; }
+    void SetSummCount(int16_t value) { run_.Set().summCount = value; }
+    int16_t SampleSize() const { return run_.Get().sampleSize; }
+    void SetSampleSize(int16_t value) { run_.Set().sampleSize = value; }
+    int32_t LogCount() const { return static_cast<int32_t>(run_.Get().logList.size()); }
     // 1-based; outside the list raises error 9.
     const std::string& LogItem(int32_t index) const;
-    int32_t ValueCount() const { return static_cast<int32_t>(valueList_.size()); }
+    int32_t ValueCount() const { return static_cast<int32_t>(run_.Get().valueList.size()); }
     const std::string& ValueItem(int32_t index) const;
     bool IsLimitTolerance() const { return isLimit_; }
-    bool IsAverage() const { return isAverage_; }
-    void SetIsAverage(bool value) { isAverage_ = value; }
+    bool IsAverage() const { return run_.Get().isAverage; }
+    void SetIsAverage(bool value) { run_.Set().isAverage = value; }
     bool GotTols() const { return gotTols_; }
     void SetGotTols(bool value) { gotTols_ = value; }
     const std::string& ValueType() const { return type_; }
@@ -101,33 +132,43 @@ public:
     void InitializeSampleSet(int16_t sampleSize);
     void CalculateAverage();
     bool IsLogCol(std::string_view name) const;
-    void AddLog(std::string name) { logList_.push_back(std::move(name)); }
-    void AddValue(std::string text) { valueList_.push_back(std::move(text)); }
+    void AddLog(std::string name) { run_.Set().logList.push_back(std::move(name)); }
+    void AddValue(std::string text) { run_.Set().valueList.push_back(std::move(text)); }
 
 private:
     int16_t Classify(double deviation) const;
     double RoundToDecimals(double value) const;
 
+    // What an update or an average sets: most cells of a file never have it.
+    struct RunTime {
+        double plusTol = 0;
+        double minusTol = 0;
+        double softPlusTol = 0;
+        double softMinusTol = 0;
+        double summ = 0;
+        int16_t sampleSize = 0;
+        int16_t summCount = 0;
+        bool isAverage = false;
+        std::vector<std::string> logList;
+        std::vector<std::string> valueList;
+        bool operator==(const RunTime&) const = default;
+    };
+    // Setting what is there makes no part: +0 as read from most files (-0 differs, in its bytes).
+    void SetTolerance(double RunTime::*field, double value) {
+        if (std::bit_cast<uint64_t>(value) != std::bit_cast<uint64_t>(run_.Get().*field)) run_.Set().*field = value;
+    }
+
     std::string type_;
+    Variant currentValue_;
+    double fraction_ = 0;
+    OnDemand<RunTime> run_;
     int16_t row_ = 0;
     int16_t column_ = 0;
     int16_t symbol_ = 0;
     int16_t tolerance_ = 0;
-    Variant currentValue_;
-    double fraction_ = 0;
-    bool isLimit_ = false;
     int16_t decimals_ = 0;
-    double plusTol_ = 0;
-    double minusTol_ = 0;
-    double softPlusTol_ = 0;
-    double softMinusTol_ = 0;
-    bool isAverage_ = false;
-    int16_t sampleSize_ = 0;
-    int16_t summCount_ = 0;
-    double summ_ = 0;
+    bool isLimit_ = false;
     bool gotTols_ = false;
-    std::vector<std::string> logList_;
-    std::vector<std::string> valueList_;
 };
 
 }  // namespace kvo

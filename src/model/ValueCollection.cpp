@@ -8,48 +8,62 @@
 
 namespace kvo {
 
-Value& ValueCollection::Append(std::unique_ptr<Value> value, std::optional<std::string> key) {
-    cells_.push_back({std::move(value), std::move(key)});
-    return *cells_.back().value;
-}
+namespace {
+
+// A cell record without its tolerances: an empty type, four Integers, a
+// Double, an Integer, a Boolean and a Variant's tag.
+constexpr uint64_t kMinimalCellBytes = 2 + 8 + 8 + 2 + 2 + 2;
+
+}  // namespace
 
 ValueCollection::ValueCollection(const ValueCollection& other) {
     cells_.reserve(other.cells_.size());
-    for (const auto& entry : other.cells_) cells_.push_back({std::make_unique<Value>(*entry.value), entry.key});
+    for (const auto& cell : other.cells_) cells_.push_back(std::make_unique<Value>(*cell));
+    for (const auto& [cell, key] : other.keys_) keys_.emplace_back(cells_[other.PositionOf(cell)].get(), key);
 }
 
 bool ValueCollection::operator==(const ValueCollection& other) const {
+    const auto sameKey = [&](const auto& a, const auto& b) { return a.second == b.second && PositionOf(a.first) == other.PositionOf(b.first); };
     return std::equal(cells_.begin(), cells_.end(), other.cells_.begin(), other.cells_.end(),
-                      [](const Entry& a, const Entry& b) { return a.key == b.key && *a.value == *b.value; });
+                      [](const auto& a, const auto& b) { return *a == *b; }) &&
+           std::equal(keys_.begin(), keys_.end(), other.keys_.begin(), other.keys_.end(), sameKey);
+}
+
+std::size_t ValueCollection::PositionOf(const Value* cell) const {
+    return static_cast<std::size_t>(std::find_if(cells_.begin(), cells_.end(), [&](const auto& held) { return held.get() == cell; }) -
+                                    cells_.begin());
+}
+
+void ValueCollection::ForgetKeyOf(const Value* cell) {
+    std::erase_if(keys_, [&](const auto& entry) { return entry.first == cell; });
 }
 
 Value& ValueCollection::Add(std::optional<std::string> key) {
     if (key) {
-        for (const auto& entry : cells_)
-            if (entry.key && EqualsNoCase(*entry.key, *key))
+        for (const auto& entry : keys_)
+            if (EqualsNoCase(entry.second, *key))
                 throw Error(ErrorNumber::KeyInUse, "ValueCollection.Add",
                             "This key is already associated with an element of this collection: " + *key);
     }
-    auto value = std::make_unique<Value>();
-    value->Initialize();
-    return Append(std::move(value), std::move(key));
+    Value& cell = *cells_.emplace_back(std::make_unique<Value>());
+    if (key) keys_.emplace_back(&cell, std::move(*key));
+    return cell;
 }
 
 Value& ValueCollection::AddFromFile(BlockParser& parser) {
     auto value = std::make_unique<Value>();
-    value->Initialize();
     value->LoadFromFile(parser);
-    return Append(std::move(value), std::nullopt);
+    return *cells_.emplace_back(std::move(value));
 }
 
 void ValueCollection::AddFromBinary(BinaryStream& stream, int32_t version) {
     const int32_t count = stream.GetLong();
-    // No check against the file's size: a damaged count ends at the end of the file.
+    // A damaged count ends at the end of the file, having reserved no more than it holds.
+    cells_.reserve(cells_.size() + ReservedCount(count, stream.Remaining(), kMinimalCellBytes));
     for (int32_t i = 0; i < count; ++i) {
         auto value = std::make_unique<Value>();
-        value->Initialize();
         value->LoadFromBinary(stream, version);
-        Append(std::move(value), std::nullopt);
+        cells_.push_back(std::move(value));
     }
 }
 
@@ -62,24 +76,26 @@ Value& ValueCollection::Item(int32_t index) const {
     if (index < 1 || index > Count())
         throw Error(ErrorNumber::SubscriptOutOfRange, "ValueCollection.Item",
                     "Subscript out of range: " + std::to_string(index));
-    return *cells_[static_cast<std::size_t>(index - 1)].value;
+    return *cells_[static_cast<std::size_t>(index - 1)];
 }
 
 std::size_t ValueCollection::PositionOf(std::string_view key, const char* source) const {
-    for (std::size_t i = 0; i < cells_.size(); ++i)
-        if (cells_[i].key && EqualsNoCase(*cells_[i].key, key)) return i;
+    for (const auto& [cell, known] : keys_)
+        if (EqualsNoCase(known, key)) return PositionOf(cell);
     throw Error(ErrorNumber::InvalidCall, source, "No cell has the key " + std::string(key));
 }
 
-Value& ValueCollection::Item(std::string_view key) const { return *cells_[PositionOf(key, "ValueCollection.Item")].value; }
+Value& ValueCollection::Item(std::string_view key) const { return *cells_[PositionOf(key, "ValueCollection.Item")]; }
 
 void ValueCollection::Remove(int32_t index) {
-    Item(index);  // the same range check
+    ForgetKeyOf(&Item(index));  // the same range check
     cells_.erase(cells_.begin() + (index - 1));
 }
 
 void ValueCollection::Remove(std::string_view key) {
-    cells_.erase(cells_.begin() + static_cast<std::ptrdiff_t>(PositionOf(key, "ValueCollection.Remove")));
+    const auto position = static_cast<std::ptrdiff_t>(PositionOf(key, "ValueCollection.Remove"));
+    ForgetKeyOf(cells_[static_cast<std::size_t>(position)].get());
+    cells_.erase(cells_.begin() + position);
 }
 
 void ValueCollection::Copy(ValueCollection& target) const {

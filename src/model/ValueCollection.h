@@ -34,7 +34,10 @@ public:
     int32_t Count() const { return static_cast<int32_t>(cells_.size()); }
     void Remove(int32_t index);
     void Remove(std::string_view key);
-    void Clear() { cells_.clear(); }
+    void Clear() {
+        cells_.clear();
+        keys_.clear();
+    }
 
     // Empties the target and gives it a copy of each cell, in order.
     void Copy(ValueCollection& target) const;
@@ -46,17 +49,13 @@ public:
     auto end() const { return cells_.end(); }
 
 private:
-    struct Entry {
-        std::unique_ptr<Value> value;
-        std::optional<std::string> key;
-        Value& operator*() const { return *value; }
-        Value* operator->() const { return value.get(); }
-    };
-
     std::size_t PositionOf(std::string_view key, const char* source) const;
-    Value& Append(std::unique_ptr<Value> value, std::optional<std::string> key);
+    std::size_t PositionOf(const Value* cell) const;
+    void ForgetKeyOf(const Value* cell);
 
-    std::vector<Entry> cells_;
+    std::vector<std::unique_ptr<Value>> cells_;
+    // The few cells that have a key, so that the others carry none.
+    std::vector<std::pair<const Value*, std::string>> keys_;
 };
 
 }  // namespace kvo

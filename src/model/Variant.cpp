@@ -2,6 +2,7 @@
 
 #include <type_traits>
 
+#include "BlockParser.h"
 #include "services/Convert.h"
 #include "services/Error.h"
 #include "services/Language.h"
@@ -106,22 +107,25 @@ std::string Variant::Encode() const {
 }
 
 Variant Variant::Decode(std::string_view text) {
+    static constexpr KeyTable kDecoded{"EMPTY", "NULL", "UNSUPPORTED", "INTEGER", "LONG", "SINGLE", "DOUBLE", "DATE", "STRING", "BOOLEAN", "BYTE"};
     const auto bar = text.find('|');
     const std::string_view word = text.substr(0, bar);
     const std::string_view rest = bar == std::string_view::npos ? std::string_view() : text.substr(bar + 1);
     const std::string_view number = rest.empty() ? std::string_view("0") : rest;
-    if (EqualsNoCase(word, "EMPTY")) return Variant();
-    if (EqualsNoCase(word, "NULL")) return MakeNull();
-    if (EqualsNoCase(word, "UNSUPPORTED")) return MakeUnsupported(kUnsupportedDecoded);
-    if (EqualsNoCase(word, "INTEGER")) return Variant(kvo::ToInteger(number));
-    if (EqualsNoCase(word, "LONG")) return Variant(kvo::ToLong(number));
-    if (EqualsNoCase(word, "SINGLE")) return Variant(kvo::ToSingle(number));
-    if (EqualsNoCase(word, "DOUBLE")) return Variant(kvo::ToDouble(number));
-    if (EqualsNoCase(word, "DATE")) return MakeDate(rest.empty() ? 0.0 : ToDate(rest));
-    if (EqualsNoCase(word, "STRING")) return Variant(std::string(rest));
-    if (EqualsNoCase(word, "BOOLEAN")) return Variant(kvo::ToBoolean(number));
-    if (EqualsNoCase(word, "BYTE")) return Variant(kvo::ToByte(number));
-    throw Error(ErrorNumber::TypeMismatch, "Variant", FormatResString(Str::NotAValue, {Excerpt(text)}));
+    switch (kDecoded.Find(word)) {
+        case kDecoded["EMPTY"]: return Variant();
+        case kDecoded["NULL"]: return MakeNull();
+        case kDecoded["UNSUPPORTED"]: return MakeUnsupported(kUnsupportedDecoded);
+        case kDecoded["INTEGER"]: return Variant(kvo::ToInteger(number));
+        case kDecoded["LONG"]: return Variant(kvo::ToLong(number));
+        case kDecoded["SINGLE"]: return Variant(kvo::ToSingle(number));
+        case kDecoded["DOUBLE"]: return Variant(kvo::ToDouble(number));
+        case kDecoded["DATE"]: return MakeDate(rest.empty() ? 0.0 : ToDate(rest));
+        case kDecoded["STRING"]: return Variant(std::string(rest));
+        case kDecoded["BOOLEAN"]: return Variant(kvo::ToBoolean(number));
+        case kDecoded["BYTE"]: return Variant(kvo::ToByte(number));
+        default: throw Error(ErrorNumber::TypeMismatch, "Variant", FormatResString(Str::NotAValue, {Excerpt(text)}));
+    }
 }
 
 }  // namespace kvo

@@ -69,51 +69,65 @@ bool ParseRadix(std::string_view text, uint32_t& bits) {
 }
 
 // Strict decimal grammar: [sign] digits [. digits] [E|D [sign] digits], digits on
-// at least one side of the point. Fills a normalised copy for from_chars.
-bool NormaliseDecimal(std::string_view text, std::string& out, long& decimalExponentEstimate) {
+// at least one side of the point. Gives where the exponent letter stands (npos
+// without one) and the decimal exponent of the first significant digit, which
+// tells an overflow from an underflow.
+bool ScanDecimal(std::string_view text, std::size_t& letter, long& magnitude) {
     std::size_t i = 0;
-    out.clear();
-    if (i < text.size() && (text[i] == '+' || text[i] == '-')) {
-        if (text[i] == '-') out.push_back('-');
-        ++i;
-    }
+    if (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
     std::size_t intDigits = 0, fracDigits = 0;
     long leadingFracZeros = -1;
     long significantIntDigits = 0;
-    bool seenNonZero = false;
-    for (; i < text.size() && IsDigit(text[i]); ++i, ++intDigits) {
-        out.push_back(text[i]);
-        if (text[i] != '0') seenNonZero = true;
-        if (seenNonZero) ++significantIntDigits;
-    }
+    for (; i < text.size() && IsDigit(text[i]); ++i, ++intDigits)
+        if (significantIntDigits > 0 || text[i] != '0') ++significantIntDigits;
     if (i < text.size() && text[i] == '.') {
-        out.push_back('.');
-        ++i;
-        for (; i < text.size() && IsDigit(text[i]); ++i, ++fracDigits) {
-            out.push_back(text[i]);
+        for (++i; i < text.size() && IsDigit(text[i]); ++i, ++fracDigits)
             if (leadingFracZeros < 0 && text[i] != '0') leadingFracZeros = static_cast<long>(fracDigits);
-        }
     }
     if (intDigits + fracDigits == 0) return false;
     long exponent = 0;
+    letter = std::string_view::npos;
     if (i < text.size() && (ToUpperAscii(text[i]) == 'E' || ToUpperAscii(text[i]) == 'D')) {
-        out.push_back('e');
-        ++i;
-        std::size_t expStart = out.size();
-        if (i < text.size() && (text[i] == '+' || text[i] == '-')) out.push_back(text[i++]);
-        std::size_t expDigits = 0;
-        for (; i < text.size() && IsDigit(text[i]); ++i, ++expDigits) out.push_back(text[i]);
-        if (expDigits == 0) return false;
-        const std::string_view expText(out.data() + expStart, out.size() - expStart);
-        const char* expFirst = expText.data() + (expText[0] == '+' ? 1 : 0);
-        if (std::from_chars(expFirst, expText.data() + expText.size(), exponent).ec != std::errc())
-            exponent = expText[0] == '-' ? std::numeric_limits<long>::min() / 2 : std::numeric_limits<long>::max() / 2;
+        letter = i++;
+        const bool negative = i < text.size() && text[i] == '-';
+        if (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
+        const std::size_t digitsFrom = i;
+        for (; i < text.size() && IsDigit(text[i]); ++i)
+            exponent = std::min(exponent * 10 + (text[i] - '0'), std::numeric_limits<long>::max() / 20);
+        if (i == digitsFrom) return false;
+        if (negative) exponent = -exponent;
     }
     if (i != text.size()) return false;
-    decimalExponentEstimate = significantIntDigits > 0 ? significantIntDigits - 1 + exponent
-                              : leadingFracZeros >= 0   ? -(leadingFracZeros + 1) + exponent
-                                                        : 0;
+    magnitude = significantIntDigits > 0 ? significantIntDigits - 1 + exponent
+                : leadingFracZeros >= 0  ? -(leadingFracZeros + 1) + exponent
+                                         : 0;
     return true;
+}
+
+// from_chars straight on the text: it reads E but not D, and no plus sign
+// before the number, so only those two are changed, on a copy.
+double ParseDecimal(std::string_view text, const Target& target, std::string_view original) {
+    std::size_t letter = std::string_view::npos;
+    long magnitude = 0;
+    if (!ScanDecimal(text, letter, magnitude)) TypeMismatch(original, target);
+    if (text.front() == '+') {
+        text.remove_prefix(1);
+        if (letter != std::string_view::npos) --letter;
+    }
+    std::string copy;
+    if (letter != std::string_view::npos && ToUpperAscii(text[letter]) == 'D') {
+        copy.assign(text);
+        copy[letter] = 'e';
+        text = copy;
+    }
+    double value = 0;
+    const auto [ptr, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (ec == std::errc::result_out_of_range) {
+        if (magnitude < 0) return 0.0;  // underflow reads as zero, as it always has
+        Overflow(Trim(original), target);
+    }
+    if (ec != std::errc() || ptr != text.data() + text.size()) TypeMismatch(original, target);
+    return value;
 }
 
 // Parses a number; whole is set when it came from "&H" / "&O" so callers can
@@ -141,17 +155,7 @@ double ParseNumber(std::string_view original, const Target& target, bool& fromRa
     if (fromRadix) return static_cast<double>(radixBits);
     for (const auto& special : kSpecialValues)
         if (text == special.text) return special.value;
-    std::string normalised;
-    long magnitude = 0;
-    if (!NormaliseDecimal(text, normalised, magnitude)) TypeMismatch(original, target);
-    double value = 0;
-    const auto [ptr, ec] = std::from_chars(normalised.data(), normalised.data() + normalised.size(), value);
-    if (ec == std::errc::result_out_of_range) {
-        if (magnitude < 0) return 0.0;  // underflow reads as zero, as it always has
-        Overflow(Trim(original), target);
-    }
-    if (ec != std::errc() || ptr != normalised.data() + normalised.size()) TypeMismatch(original, target);
-    return value;
+    return ParseDecimal(text, target, original);
 }
 
 template <typename T>

@@ -19,8 +19,8 @@ struct Token {
 std::vector<Token> Tokens(BlockParser& parser) {
     std::vector<Token> tokens;
     for (int16_t kind; (kind = parser.GetToken()) != BlockParser::TokenEndFile;) {
-        if (kind == BlockParser::TokenKeyValue) tokens.push_back({kind, parser.Key(), parser.Value()});
-        else if (kind == BlockParser::TokenStartBlock) tokens.push_back({kind, parser.BlockType(), parser.BlockName()});
+        if (kind == BlockParser::TokenKeyValue) tokens.push_back({kind, std::string(parser.Key()), std::string(parser.Value())});
+        else if (kind == BlockParser::TokenStartBlock) tokens.push_back({kind, std::string(parser.BlockType()), std::string(parser.BlockName())});
         else tokens.push_back({kind, "", ""});
     }
     return tokens;
@@ -87,6 +87,35 @@ TEST_F(BlockParserTest, EachPairOfPropertiesDescribesTheLastLineOfItsKind) {
     EXPECT_EQ(parser.BlockName(), "One");
     EXPECT_EQ(parser.Key(), "KEY");
     EXPECT_EQ(parser.Value(), "v");
+}
+
+// The file is read a piece at a time: lines across the seams, a line longer
+// than a piece, and properties of the other kind kept while the buffer moves on.
+TEST_F(BlockParserTest, LargeFilesReadLikeSmallOnes) {
+    std::string text = "BLOCK Slide First\r\nLAST=kept\r\n";
+    std::string lines;
+    for (int i = 0; i < 40000; ++i) lines += "\tK" + std::to_string(i) + " = v\t" + std::to_string(i) + "\r\n";
+    const std::string longValue(700 * 1024, 'x');
+    text += std::string(300 * 1024, '\n') + "BLOCK Icon Far\r\n" + lines + "LONG=" + longValue + "\r\nend";
+    auto& parser = Open(text);
+    EXPECT_EQ(parser.GetToken(), BlockParser::TokenStartBlock);
+    EXPECT_EQ(parser.GetToken(), BlockParser::TokenKeyValue);
+    EXPECT_EQ(parser.GetToken(), BlockParser::TokenStartBlock);
+    EXPECT_EQ(parser.BlockName(), "Far");
+    EXPECT_EQ(parser.Key(), "LAST");
+    EXPECT_EQ(parser.Value(), "kept");
+    for (int i = 0; i < 40000; ++i) {
+        ASSERT_EQ(parser.GetToken(), BlockParser::TokenKeyValue) << i;
+        ASSERT_EQ(parser.Key(), "K" + std::to_string(i));
+        ASSERT_EQ(parser.Value(), "v " + std::to_string(i));
+    }
+    EXPECT_EQ(parser.GetToken(), BlockParser::TokenKeyValue);
+    EXPECT_EQ(parser.Value(), longValue);
+    EXPECT_EQ(parser.GetToken(), BlockParser::TokenEndBlock);
+    EXPECT_EQ(parser.BlockType(), "ICON");
+    parser.CloseFile();
+    EXPECT_EQ(parser.Value(), longValue);  // the properties outlive the file
+    EXPECT_EQ(parser.CurrentLine(), 2 + 300 * 1024 + 1 + 40000 + 2);
 }
 
 TEST_F(BlockParserTest, BlankFilesEndAtOnceAndEndFileRepeats) {

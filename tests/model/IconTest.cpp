@@ -17,9 +17,9 @@ namespace {
 using test::RaisedBy;
 
 std::string Saved(const Icon& icon) {
-    std::ostringstream out;
+    std::string out;
     icon.SaveToFile(out);
-    return out.str();
+    return out;
 }
 
 class IconTest : public ::testing::Test {};

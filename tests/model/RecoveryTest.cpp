@@ -15,9 +15,9 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string TextOf(const SlideShow& show) {
-    std::ostringstream out;
+    std::string out;
     show.WriteText(out);
-    return out.str();
+    return out;
 }
 
 void Age(const std::string& path, std::chrono::seconds by) { fs::last_write_time(path, fs::last_write_time(path) - by); }

@@ -57,9 +57,9 @@ protected:
     }
 
     std::string TextOf(const SlideShow& show) {
-        std::ostringstream out;
+        std::string out;
         show.WriteText(out);
-        return out.str();
+        return out;
     }
 
     test::TempDir dir_;
@@ -312,6 +312,14 @@ TEST_F(SlideShowTest, TruncatedBinaryFilesFailClearly) {
         EXPECT_EQ(error.Number(), 62) << cut;
         EXPECT_NE(error.Description().find(path_), std::string::npos);
     }
+    // A count no file could hold reserves nothing for it: the load ends at the end of the file.
+    SlideShow empty;
+    empty.SaveToBinary(path_);
+    std::string damaged = test::ReadFile(path_);
+    damaged.replace(damaged.size() - 4, 4, "\xFF\xFF\xFF\x7F");
+    test::WriteFile(path_, damaged + "S");
+    SlideShow show;
+    EXPECT_EQ(RaisedBy([&] { show.LoadFromFile(path_); }).Number(), 62);
 }
 
 TEST_F(SlideShowTest, CursorMovesAndWrapsToSlidesOutOfTolerance) {

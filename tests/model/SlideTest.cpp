@@ -39,9 +39,8 @@ TEST_F(SlideTest, BlockIsWrittenAsTheFormatWantsAndReadBack) {
     slide.SetPicturePosition(5, 6, 70, 75);
     slide.SetHelpTopic(12);
     slide.Icons().Add().SetSequenceNumber(3);
-    std::ostringstream out;
-    slide.SaveToFile(out);
-    const std::string text = out.str();
+    std::string text;
+    slide.SaveToFile(text);
     EXPECT_EQ(text.substr(0, text.find("\t\tBLOCK Icon")),
               "\tBLOCK Slide\r\n"
               "\t\tNAME=Front view\r\n"
@@ -57,9 +56,9 @@ TEST_F(SlideTest, BlockIsWrittenAsTheFormatWantsAndReadBack) {
     test::ParserOn on(text);
     Slide back;
     back.LoadFromFile(on.parser);
-    std::ostringstream again;
+    std::string again;
     back.SaveToFile(again);
-    EXPECT_EQ(again.str(), text);
+    EXPECT_EQ(again, text);
 }
 
 TEST_F(SlideTest, ReaderErrors) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include <array>
 #include <sstream>
 
@@ -19,9 +21,9 @@ using test::FakeHostReport;
 using test::RaisedBy;
 
 std::string Saved(const Value& value) {
-    std::ostringstream out;
+    std::string out;
     value.SaveToFile(out);
-    return out.str();
+    return out;
 }
 
 class ValueTest : public ::testing::Test {
@@ -342,12 +344,11 @@ TEST_F(ValueTest, CellsRoundTripThroughBothFormats) {
     Value original = Updated(0.0871, 4);
     original.SetGeometricSymbol(5);
     original.SetValueType("DA");
-    std::ostringstream text;
-    original.SaveToFile(text);
-    test::ParserOn on(text.str());
+    const std::string text = Saved(original);
+    test::ParserOn on(text);
     Value fromText;
     fromText.LoadFromFile(on.parser);
-    EXPECT_EQ(Saved(fromText), text.str());
+    EXPECT_EQ(Saved(fromText), text);
 
     test::TempDir dir;
     {
@@ -360,7 +361,7 @@ TEST_F(ValueTest, CellsRoundTripThroughBothFormats) {
     ASSERT_TRUE(in.OpenFile(dir.File("v.pdx"), false));
     Value version1;
     version1.LoadFromBinary(in, 1);
-    EXPECT_EQ(Saved(version1), text.str());
+    EXPECT_EQ(Saved(version1), text);
     EXPECT_TRUE(version1.GotTols());
     EXPECT_DOUBLE_EQ(version1.SoftPlusTol(), original.SoftPlusTol());
     Value version0;  // an older file has no tolerances: they are not read
@@ -392,13 +393,54 @@ TEST_F(ValueTest, CollectionsCopyKeysAndWorstStates) {
     EXPECT_EQ(copy.Item(1).CurrentValue(), Variant(0.2));
     EXPECT_EQ(copy.Item(2).Tolerance(), 0);  // the state is not copied
 
+    // An undo copy keeps the keys where they were; a key goes with its cell.
+    const ValueCollection undo(cells);
+    EXPECT_EQ(undo, cells);
+    EXPECT_EQ(&undo.Item("BORE"), &undo.Item(2));
+    cells.Remove(1);
+    cells.Add("Shaft");
+    EXPECT_EQ(cells.Item("bore").Tolerance(), 3);
+    EXPECT_NE(ValueCollection(cells), undo);
     cells.Remove("Bore");
     EXPECT_EQ(cells.WorstTolerance(), 2);
+    cells.Add("bore");  // free again
     cells.Remove(2);
+    EXPECT_EQ(RaisedBy([&] { cells.Item("shaft"); }).Number(), 5);
+    EXPECT_EQ(cells.Item("BORE").Tolerance(), 0);
+    cells.Remove(1);
     EXPECT_FALSE(cells.IsOutOfTolerance());
     cells.Clear();
     EXPECT_EQ(cells.WorstTolerance(), 0);
     EXPECT_FALSE(cells.IsOutOfTolerance());
+}
+
+// The run-time state lives apart, made on its first change: a cell without it
+// equals one whose state was set back to the defaults, and copies carry it.
+TEST_F(ValueTest, RunTimeStateIsMadeOnDemandAndCopiedWhole) {
+    Value plain;
+    Value reset;
+    reset.SetPlusTol(0.0);
+    EXPECT_EQ(reset, plain);
+    reset.SetPlusTol(-0.0);
+    EXPECT_TRUE(std::signbit(reset.PlusTol()));  // written back to a binary file as it was read
+    reset.SetPlusTol(0.0);
+    EXPECT_EQ(reset, plain);
+    Value averaged;
+    averaged.InitializeSampleSet(3);
+    averaged.SetSoftMinusTol(-0.04);
+    averaged.AddLog("part 7");
+    averaged.AddValue(".012");
+    EXPECT_NE(averaged, plain);
+    Value copy(averaged);
+    EXPECT_EQ(copy, averaged);
+    EXPECT_EQ(copy.LogItem(1), "part 7");
+    EXPECT_EQ(copy.SampleSize(), 3);
+    copy.AddLog("part 8");
+    EXPECT_EQ(averaged.LogCount(), 1);  // deep, not shared
+    copy = plain;
+    EXPECT_EQ(copy.LogCount(), 0);
+    averaged.Initialize();
+    EXPECT_EQ(averaged, plain);
 }
 
 }  // namespace

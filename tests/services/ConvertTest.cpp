@@ -35,8 +35,13 @@ TEST(Convert, WholeNumbersRoundHalfToEvenAndAcceptTheClassicForms) {
 }
 
 TEST(Convert, BadTextIsTypeMismatchAndTooLargeIsOverflow) {
-    for (const char* text : {"", " ", "abc", "12abc", "1e", "True", "1,5", "--1", "1.2.3", "&H", "&HZZ", "e5", "."})
+    // The forms the C library would read but the format does not know, too.
+    for (const char* text : {"", " ", "abc", "12abc", "1e", "True", "1,5", "--1", "1.2.3", "&H", "&HZZ", "e5", ".", "inf",
+                             "-nan", "0x1p3", "+-1", "1e+-2", "1d"})
+    {
         EXPECT_EQ(ErrorNumberOf([&] { ToInteger(text); }), ErrorNumber::TypeMismatch) << '"' << text << '"';
+        EXPECT_EQ(ErrorNumberOf([&] { ToDouble(text); }), ErrorNumber::TypeMismatch) << '"' << text << '"';
+    }
     for (const char* text : {"32767.5", "32768", "-32769", "1e10", "&H10000", "1.#INF"})
         EXPECT_EQ(ErrorNumberOf([&] { ToInteger(text); }), ErrorNumber::Overflow) << text;
     EXPECT_EQ(ErrorNumberOf([] { ToLong("2147483648"); }), ErrorNumber::Overflow);
@@ -80,6 +85,8 @@ TEST(Convert, LongsDoublesAndSingles) {
     EXPECT_TRUE(std::signbit(ToDouble("-0")));
     EXPECT_EQ(ToDouble("0.8"), 0.8);
     EXPECT_EQ(ToDouble("-1.5E-3"), -0.0015);
+    EXPECT_EQ(ToDouble("+1.5d+1"), 15.0);
+    EXPECT_EQ(ToDouble("-.25D0"), -0.25);
     EXPECT_EQ(ToDouble("1e-400"), 0.0);  // underflow reads as zero, not as an error
     EXPECT_EQ(ToDouble("0.000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000"
                        "0000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000"

@@ -21,9 +21,9 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string TextOf(const SlideShow& show) {
-    std::ostringstream out;
+    std::string out;
     show.WriteText(out);
-    return out.str();
+    return out;
 }
 
 class DocumentSessionTest : public ::testing::Test {

@@ -28,9 +28,9 @@ int main(int argc, char** argv) {
     window.InsertIcon();
     prompt.texts = {"Renamed"};
     window.SlideTitle();
-    std::ostringstream text;
+    std::string text;
     window.Document()->WriteText(text);
-    kvo::test::WriteFile(argv[2], text.str());
+    kvo::test::WriteFile(argv[2], text);
     const std::string copy = window.Session().RecoveryCopies().CopyPath(argv[1]);
     if (!QTest::qWaitFor([&] { return std::filesystem::exists(copy); }, 10000)) return 1;
     std::cout << "ready" << std::endl;

@@ -24,9 +24,9 @@ namespace kvo {
 namespace {
 
 std::string TextOf(const SlideShow& show) {
-    std::ostringstream out;
+    std::string out;
     show.WriteText(out);
-    return out.str();
+    return out;
 }
 
 std::string Shown(const Slide& slide, const char* icon, int row) {

@@ -30,9 +30,9 @@ void Send(QWidget* widget, QEvent::Type type, QPoint at, Qt::MouseButton button,
 }
 
 std::string TextOf(const SlideShow& show) {
-    std::ostringstream out;
+    std::string out;
     show.WriteText(out);
-    return out.str();
+    return out;
 }
 
 class UndoTest : public ::testing::Test {
