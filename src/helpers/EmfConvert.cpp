@@ -212,7 +212,10 @@ std::string ConvertEmf(std::vector<char> bytes, std::string& out) {
     char nameSpace[] = "";
     options.nameSpace = nameSpace;
     options.verbose = false;
-    options.emfplus = true;
+    // Its EMF+ side draws nothing and keeps objects in state that outlives a
+    // file (the fuzzer found a double free there); the old-style records of a
+    // dual file are the whole drawing anyway.
+    options.emfplus = false;
     options.svgDelimiter = true;
     options.imgWidth = 0;
     options.imgHeight = 0;
