@@ -27,6 +27,29 @@ namespace kvo {
 
 namespace {
 
+// A status text too long for its place ends in "…" instead of being cut off
+// mid-letter; the whole text is its tooltip.
+class EndCutLabel final : public QLabel {
+public:
+    using QLabel::QLabel;
+    void SetWholeText(const QString& text) {
+        whole_ = text;
+        setToolTip(text);
+        Cut();
+    }
+
+protected:
+    void resizeEvent(QResizeEvent* event) override {
+        QLabel::resizeEvent(event);
+        Cut();
+    }
+
+private:
+    void Cut() { setText(fontMetrics().elidedText(whole_, Qt::ElideRight, contentsRect().width())); }
+
+    QString whole_;
+};
+
 // Touch-sized rows for the history and the settings.
 constexpr int kRowHeight = 56;
 constexpr int kPanelWidth = 380;
@@ -161,7 +184,7 @@ void FormStation::BuildPanels() {
     statusBar_ = new QStatusBar(this);
     statusBar_->setObjectName("sbStation");
     statusBar_->setSizeGripEnabled(false);
-    part_ = new QLabel(statusBar_);
+    part_ = new EndCutLabel(statusBar_);
     part_->setObjectName("sbStationPart");
     part_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);  // a long message never widens the window
     state_ = new QLabel(statusBar_);
@@ -284,7 +307,7 @@ void FormStation::ShowStatus() {
                           : Text(Str::StationPart, {FileNamePart(part.file), part.received.toString("HH:mm:ss").toStdString()});
     }
     if (!problem_.isEmpty()) text += "   " + problem_;
-    part_->setText(text);
+    static_cast<EndCutLabel*>(part_)->SetWholeText(text);
     if (shown_ < 0) {
         state_->hide();
         return;

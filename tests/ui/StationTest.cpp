@@ -184,6 +184,14 @@ TEST_F(StationTest, EachCompleteResultsFileIsShownOnceFromTheFirstSlideOutOfTole
     ASSERT_EQ(history->count(), 3);
     EXPECT_NE(history->item(0)->text().indexOf("cannot be read"), -1);
     EXPECT_EQ(history->currentRow(), 1);
+    // The status bar says so within its width, the whole message in its tooltip.
+    const auto* status = station.findChild<QLabel*>("sbStationPart");
+    const QString whole = status->toolTip();
+    EXPECT_NE(whole.indexOf("broken.qif"), -1) << whole.toStdString();
+    ASSERT_GT(status->fontMetrics().horizontalAdvance(whole), status->contentsRect().width()) << "the message should not fit";
+    EXPECT_LE(status->fontMetrics().horizontalAdvance(status->text()), status->contentsRect().width());
+    EXPECT_TRUE(status->text().endsWith(QChar(0x2026)) && whole.startsWith(status->text().chopped(1)))
+        << status->text().toStdString();
 
     // One touch on the oldest part shows it again.
     station.findChild<TouchButton*>("cmdHistory")->click();
