@@ -8,6 +8,7 @@
 
 #include "services/Error.h"
 #include "services/Language.h"
+#include "services/Prompt.h"
 #include "services/StringIds.h"
 #include "services/Text.h"
 
@@ -267,6 +268,11 @@ std::string BlockParser::ExpandTabs(std::string_view line) {
     std::string result(line);
     TabsToSpaces(result.data(), result.data() + result.size());
     return result;
+}
+
+void TellUnknownKey(std::string_view block, std::string_view key, int32_t line, int32_t titleId) {
+    CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {std::string(block), Excerpt(key), line}), LoadResString(titleId),
+                            MessageKind::Information);
 }
 
 }  // namespace kvo

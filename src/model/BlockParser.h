@@ -158,4 +158,7 @@ private:
     bool fileDone_ = true;
 };
 
+// A key a block does not know is told, not refused: later versions add keys.
+void TellUnknownKey(std::string_view block, std::string_view key, int32_t line, int32_t titleId);
+
 }  // namespace kvo

@@ -111,8 +111,7 @@ void Icon::LoadFromFile(BlockParser& parser) {
             case kKeys["FONTCOLOR"]: fontColor_ = ToLong(text); break;
             case kKeys["NAMECOLOR"]: nameColor_ = ToLong(text); break;
             default:
-                CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon", Excerpt(key), parser.CurrentLine()}),
-                                        LoadResString(Str::IconLoadTitle), MessageKind::Information);
+                TellUnknownKey("Icon", key, parser.CurrentLine(), Str::IconLoadTitle);
         }
     }
 }

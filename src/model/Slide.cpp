@@ -66,8 +66,7 @@ void Slide::LoadFromFile(BlockParser& parser) {
             case kKeys["KEY"]: break;  // written by an older layout; means nothing now
             case kKeys["HELPTOPIC"]: helpTopic_ = ToInteger(text); break;
             default:
-                CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Slide", Excerpt(key), parser.CurrentLine()}),
-                                        LoadResString(Str::SlideLoadTitle), MessageKind::Information);
+                TellUnknownKey("Slide", key, parser.CurrentLine(), Str::SlideLoadTitle);
         }
     }
 }

@@ -131,8 +131,7 @@ void SlideShow::HandleKey(std::string_view key, std::string_view value, int32_t 
         case kKeys["HELPFILE"]: helpFile_ = value; break;
         case kKeys["HELPTOPIC"]: helpTopic_ = ToInteger(value); break;
         default:
-            CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"SlideShow", Excerpt(key), line}),
-                                    LoadResString(Str::SlideShowLoadTitle), MessageKind::Information);
+            TellUnknownKey("SlideShow", key, line, Str::SlideShowLoadTitle);
     }
 }
 

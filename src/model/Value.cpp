@@ -78,8 +78,7 @@ void Value::LoadFromFile(BlockParser& parser) {
             case kKeys["TOLERANCE"]: tolerance_ = ToInteger(text); break;
             case kKeys["ISLIMIT"]: isLimit_ = ToBoolean(text); break;
             default:
-                CurrentPrompt().Message(FormatResString(Str::LoadUnknownKey, {"Icon Value", Excerpt(key), parser.CurrentLine()}),
-                                        LoadResString(Str::ValueLoadTitle), MessageKind::Information);
+                TellUnknownKey("Icon Value", key, parser.CurrentLine(), Str::ValueLoadTitle);
         }
     }
 }
