@@ -18,9 +18,7 @@ const fs::path kCorpus = fs::path(KVO_SOURCE_DIR) / ".." / "shared" / "corpus" /
 
 class QifResultsTest : public ::testing::Test {
 protected:
-    void RequireCorpus() {
-        if (!fs::is_directory(kCorpus)) GTEST_SKIP() << "the QIF corpus is not at " << kCorpus << "; skipped";
-    }
+    static bool HaveCorpus() { return fs::is_directory(kCorpus); }
 
     static std::string Corpus(const char* name) { return (kCorpus / name).string(); }
 
@@ -42,7 +40,7 @@ protected:
 // The measuring program decided PASS or FAIL from the same tolerances: our
 // out-of-tolerance state must say FAIL exactly when the file does.
 TEST_F(QifResultsTest, EveryCorpusMeasurementAgreesWithTheFilesOwnStatus) {
-    RequireCorpus();
+    if (!HaveCorpus()) GTEST_SKIP() << "the QIF corpus is not at " << kCorpus << "; skipped";
     const struct {
         const char* file;
         int32_t samples;
@@ -105,7 +103,7 @@ TEST_F(QifResultsTest, EveryCorpusMeasurementAgreesWithTheFilesOwnStatus) {
 // overlapping each other or the slide's own icon, and evaluated by those
 // results to the states the listing gives.
 TEST_F(QifResultsTest, IconsFromResultsDoNotOverlapAndEvaluateToTheListedStates) {
-    RequireCorpus();
+    if (!HaveCorpus()) GTEST_SKIP() << "the QIF corpus is not at " << kCorpus << "; skipped";
     QifResults widget;
     widget.LoadFromFile(Corpus("WIDGET_QIF_RESULTS.QIF"));
     SlideShow show;
@@ -154,7 +152,7 @@ TEST_F(QifResultsTest, IconsFromResultsDoNotOverlapAndEvaluateToTheListedStates)
 }
 
 TEST_F(QifResultsTest, AveragingTheSixFilesEqualsAveragingTheOneFileWithSixResults) {
-    RequireCorpus();
+    if (!HaveCorpus()) GTEST_SKIP() << "the QIF corpus is not at " << kCorpus << "; skipped";
     QifResults layout;
     layout.LoadFromFile(Corpus("SheetMetal_QIF_Results_6_samples.QIF"));
     SlideShow fromFiles, fromSamples;
