@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "EmfPlayer.h"
 #include "EmfPlusPlayer.h"
 #include "PictureProtocol.h"
 
@@ -150,8 +151,8 @@ std::string CheckRecords(const std::vector<char>& bytes, uint32_t headerSize) {
 // Everything is recorded with the longer side this long, as for WMF.
 constexpr double kRecordedSide = 2048;
 
-// The frame in EMF+ device pixels, which are the reference device's pixels.
-QRectF EmfPlusFrame(const std::vector<char>& bytes) {
+// The frame in the reference device's pixels.
+QRectF DeviceFrame(const std::vector<char>& bytes) {
     const auto perHundredth = [&](bool vertical) {
         const int32_t pixels = Int32At(bytes, vertical ? 76 : 72), millimetres = Int32At(bytes, vertical ? 84 : 80);
         return millimetres > 0 && pixels > 0 ? pixels / (millimetres * 100.0) : 96 / 2540.0;
@@ -163,13 +164,14 @@ QRectF EmfPlusFrame(const std::vector<char>& bytes) {
             Span(bytes, 12, 20) + 1.0};
 }
 
-std::string ConvertEmfPlus(const std::vector<char>& bytes, std::size_t headerSize, long width, long height, std::string& out) {
+using Play = std::string (*)(const std::vector<char>&, std::size_t, const QRectF&, double, int, int, QPicture&);
+
+std::string Record(Play play, const std::vector<char>& bytes, std::size_t headerSize, long width, long height, std::string& out) {
     const double scale = kRecordedSide / static_cast<double>(std::max(width, height));
     const int recordedWidth = std::max(1, static_cast<int>(std::lround(width * scale)));
     const int recordedHeight = std::max(1, static_cast<int>(std::lround(height * scale)));
     QPicture picture;
-    if (std::string error = kvo::PlayEmfPlus(bytes, headerSize, EmfPlusFrame(bytes), static_cast<double>(width), recordedWidth,
-                                                   recordedHeight, picture);
+    if (std::string error = play(bytes, headerSize, DeviceFrame(bytes), static_cast<double>(width), recordedWidth, recordedHeight, picture);
         !error.empty())
         return error;
     out = kvo::PictureProtocol::kRecordedTag;
@@ -206,43 +208,9 @@ std::string ConvertEmf(std::vector<char> bytes, std::string& out) {
     // metafiles as pictures, which our player does not draw.
     if (const EmfPlusSurvey survey = SurveyEmfPlus(bytes, headerSize);
         survey.emfPlus && !(survey.dual && (survey.gdiDrawing || survey.metafileImages)))
-        return ConvertEmfPlus(bytes, headerSize, std::lround(width), std::lround(height), out);
+        return Record(kvo::PlayEmfPlus, bytes, headerSize, std::lround(width), std::lround(height), out);
 
-    generatorOptions options{};
-    char nameSpace[] = "";
-    options.nameSpace = nameSpace;
-    options.verbose = false;
-    // Its EMF+ side draws nothing and keeps objects in state that outlives a
-    // file (the fuzzer found a double free there); the old-style records of a
-    // dual file are the whole drawing anyway.
-    options.emfplus = false;
-    options.svgDelimiter = true;
-    options.imgWidth = 0;
-    options.imgHeight = 0;
-    char* svg = nullptr;
-    std::size_t svgLength = 0;
-    if (emf2svg(bytes.data(), bytes.size(), &svg, &svgLength, &options) != 1 || svg == nullptr || svgLength == 0) {
-        std::free(svg);
-        return "could not be converted: the metafile is damaged";
-    }
-    std::string text(svg, svgLength);
-    std::free(svg);
-    // The frame in device units, through the reference device's size in pixels
-    // and millimetres; libemf2svg has moved the drawing by minus the corner of
-    // the header's bounds, and the frame moves with it.
-    const double devicePerMmX = Int32At(bytes, 80) > 0 ? static_cast<double>(Int32At(bytes, 72)) / Int32At(bytes, 80) : 0;
-    const double devicePerMmY = Int32At(bytes, 84) > 0 ? static_cast<double>(Int32At(bytes, 76)) / Int32At(bytes, 84) : 0;
-    const long outWidth = std::lround(width), outHeight = std::lround(height);
-    if (frameWidth >= 1 && frameHeight >= 1 && devicePerMmX > 0 && devicePerMmY > 0)
-        text = FramedSvg(std::move(text), Int32At(bytes, 24) / 100.0 * devicePerMmX - Int32At(bytes, 8),
-                         Int32At(bytes, 28) / 100.0 * devicePerMmY - Int32At(bytes, 12),
-                         Span(bytes, 24, 32) / 100.0 * devicePerMmX,
-                         Span(bytes, 28, 36) / 100.0 * devicePerMmY, outWidth, outHeight);
-    out = kvo::PictureProtocol::kSvgTag;
-    WriteInt(out, static_cast<int32_t>(outWidth));
-    WriteInt(out, static_cast<int32_t>(outHeight));
-    out += text;
-    return {};
+    return Record(kvo::PlayEmf, bytes, headerSize, std::lround(width), std::lround(height), out);
 }
 
 }  // namespace kvo

@@ -21,6 +21,8 @@
 #include <variant>
 #include <vector>
 
+#include "MetafileClip.h"
+#include "MetafileCursor.h"
 #include "PictureProtocol.h"
 
 namespace kvo {
@@ -59,59 +61,6 @@ constexpr std::size_t kDeepestRegion = 64;
 constexpr std::size_t kDeepestStack = 4096;
 // Text is shaped at this size and scaled, since GDI+ sizes need not be whole pixels.
 constexpr double kShapedPixels = 128;
-
-// A record that runs short of what it says it holds.
-struct Short {};
-// A record that names an object slot that cannot exist.
-struct BadObject {};
-
-class Cursor {
-public:
-    Cursor(const char* data, std::size_t size) : data_(data), size_(size) {}
-    std::size_t Left() const { return size_ - pos_; }
-    void Need(std::size_t bytes) const {
-        if (bytes > Left()) throw Short{};
-    }
-    uint8_t U8() {
-        Need(1);
-        return static_cast<uint8_t>(data_[pos_++]);
-    }
-    uint16_t U16() {
-        Need(2);
-        const uint16_t v = static_cast<uint16_t>(U8() | (U8() << 8));
-        return v;
-    }
-    uint32_t U32() {
-        Need(4);
-        uint32_t v = 0;
-        for (int i = 0; i < 4; ++i) v |= static_cast<uint32_t>(U8()) << (8 * i);
-        return v;
-    }
-    int32_t I32() { return static_cast<int32_t>(U32()); }
-    int16_t I16() { return static_cast<int16_t>(U16()); }
-    double F32() {
-        const uint32_t bits = U32();
-        float f;
-        std::memcpy(&f, &bits, sizeof f);
-        return std::isfinite(f) ? f : 0.0;
-    }
-    void Skip(std::size_t bytes) {
-        Need(bytes);
-        pos_ += bytes;
-    }
-    const char* Here() const { return data_ + pos_; }
-    // A count of items of at least itemBytes each that must fit in what is left.
-    uint32_t Count(std::size_t itemBytes) {
-        const uint32_t n = U32();
-        if (itemBytes > 0 && n > Left() / itemBytes) throw Short{};
-        return n;
-    }
-
-private:
-    const char* data_;
-    std::size_t size_;
-    std::size_t pos_ = 0;
-};
 
 QColor Argb(uint32_t v) { return QColor::fromRgba(v); }
 
@@ -895,16 +844,10 @@ private:
     void Combine(uint16_t flags, const QTransform& m) { state_.world = (flags & kAppend) != 0 ? state_.world * m : m * state_.world; }
 
     void CombineClip(uint32_t mode, const QPainterPath& shape) {
-        const QPainterPath current = state_.clip.value_or(EverywherePath());
-        switch (mode) {
-            case 0: SetClip(shape); break;
-            case 1: SetClip(current.intersected(shape)); break;
-            case 2: SetClip(current.united(shape)); break;
-            case 3: SetClip(current.subtracted(shape).united(shape.subtracted(current))); break;
-            case 4: SetClip(current.subtracted(shape)); break;
-            case 5: SetClip(shape.subtracted(current)); break;
-            default: break;
-        }
+        static constexpr std::array<ClipOperation, 6> kOperations{ClipOperation::Replace, ClipOperation::Intersect,
+                                                                  ClipOperation::Unite, ClipOperation::Xor,
+                                                                  ClipOperation::Exclude, ClipOperation::Complement};
+        if (mode < kOperations.size()) SetClip(CombinedClip(state_.clip.value_or(EverywherePath()), shape, kOperations[mode]));
     }
 
     void SetClip(std::optional<QPainterPath> clip) {
@@ -912,11 +855,7 @@ private:
         ApplyClip();
     }
 
-    void ApplyClip() {
-        painter_.resetTransform();
-        if (state_.clip) painter_.setClipPath(state_.clip->intersected(EverywherePath()));
-        else painter_.setClipRect(everywhere_);
-    }
+    void ApplyClip() { kvo::ApplyClip(painter_, state_.clip, everywhere_); }
 
     void Push(uint32_t index) {
         if (saved_.size() >= kDeepestStack) saved_.erase(saved_.begin());
