@@ -153,6 +153,18 @@ void WriteMetafiles(const fs::path& wmf, const fs::path& emf) {
     record(54, {300, 200});               // LineTo
     record(43, {20, 20, 200, 150});       // Rectangle
     record(42, {100, 50, 300, 250});      // Ellipse
+    // A wide pen, a path filled and outlined, a clipping rectangle, a gradient, text and a bitmap.
+    record(38, {1, 0, 5, 0, 0x0000FF});                                            // CreatePen
+    record(37, {1});                                                               // SelectObject
+    record(59, {});                                                                // BeginPath
+    record(27, {40, 40}), record(54, {200, 60}), record(54, {90, 180});            // MoveToEx, LineTo
+    record(61, {}), record(60, {}), record(63, {0, 0, 319, 239});                 // CloseFigure, EndPath, StrokeAndFillPath
+    record(30, {10, 10, 250, 200});                                                // IntersectClipRect
+    record(118, {0, 0, 319, 239, 2, 1, 0, 10, 10, 0xFF00, 0xFF000000, 300, 200, 0xFF000000, 0xFF00FF00, 0, 1});  // GradientFill
+    record(84, {0, 0, 100, 100, 1, 0, 0, 50, 60, 2, 76, 0, 0, 0, 0, 0, 0, 0x00690048});  // ExtTextOutW "Hi"
+    record(81, {0, 0, 2, 2, 5, 5, 0, 0, 2, 2, 80, 40, 120, 16, 0, 0x00CC0020, 40, 40,    // StretchDIBits of a
+                40, 2, 2, 1 | (24 << 16), 0, 16, 0, 0, 0, 0,                             // 2 x 2 bitmap
+                0x00FF0000, 0x00FF00FF, 0x00FF0000, 0x0000FF00});
     record(14, {0, 0, 20});               // EOF
     Bytes header;
     const int64_t headerSize = 108;

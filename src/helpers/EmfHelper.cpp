@@ -1,7 +1,6 @@
 // kvo-emf-helper FILE|-: plays an enhanced metafile (from standard input for
-// -), its EMF+ records into a QPicture, or turns an old-style one into SVG with
-// libemf2svg. Runs in a process of its own: the library is C parsing untrusted
-// files, and it cannot share a process with the WMF library.
+// -), its EMF+ records or its old-style ones, into a QPicture. Runs in a
+// process of its own, under limits of time and memory: the file is untrusted.
 #include <QtGui/QGuiApplication>
 
 #include <cstdio>

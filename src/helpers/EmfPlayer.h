@@ -8,7 +8,8 @@
 
 namespace kvo {
 
-// Plays the old-style records of an enhanced metafile, as GDI plays them, into
+// Plays the old-style records of an enhanced metafile whose lengths were
+// checked record by record, as GDI plays them, into
 // a picture recorded as recordedWidth x recordedHeight. The frame is in the
 // reference device's pixels; the picture is naturalWidth pixels wide on a
 // screen. EMF+ records in comments are passed over. Returns what is wrong

@@ -4,12 +4,10 @@
 
 // What a picture helper writes on standard output for the editor: a tag line,
 // the picture's natural size in pixels at 96 dpi, then the picture itself
-// (a recorded QPicture in a coordinate space of refWidth x refHeight for WMF
-// and EMF+, SVG text for other EMF). On failure a helper writes one line on standard error and
+// (a recorded QPicture in a coordinate space of refWidth x refHeight). On failure a helper writes one line on standard error and
 // exits with a non-zero status.
 namespace kvo::PictureProtocol {
 inline constexpr char kRecordedTag[] = "KVO-PICTURE 1\n";
-inline constexpr char kSvgTag[] = "KVO-SVG 1\n";
 
 // What the editor takes from a helper, so that one picture's share of the
 // editor's memory stays bounded (the drawing costs the editor about 4 KB per

@@ -11,7 +11,6 @@
 #include "DecodedMetafile.h"
 #include "PictureCache.h"
 #include "PictureHelper.h"
-#include "SvgDrawing.h"
 #include "helpers/PictureProtocol.h"
 #include "services/Error.h"
 #include "services/Paths.h"
@@ -60,31 +59,18 @@ std::shared_ptr<DecodedMetafile> Decode(const std::string& fileName, const QByte
     if (format == MetafileFormat::Unknown) Invalid(fileName, "is not a Windows metafile (WMF or EMF)", "Metafile.LoadFile");
     const bool wmf = format == MetafileFormat::Wmf;
     const QByteArray out = RunPictureHelper(wmf ? "kvo-wmf-helper" : "kvo-emf-helper", fileName, stop, whole);
-    // The EMF helper answers with a recording for EMF+ files, with SVG for the others.
-    const bool recorded = out.startsWith(PictureProtocol::kRecordedTag);
-    const QByteArray tag(recorded ? PictureProtocol::kRecordedTag : PictureProtocol::kSvgTag);
-    const qsizetype header = tag.size() + (recorded ? 16 : 8);
-    if ((wmf && !recorded) || !out.startsWith(tag) || out.size() < header)
-        Invalid(fileName, "cannot be read: its reader answered nonsense", "Metafile.LoadFile");
+    const QByteArray tag(PictureProtocol::kRecordedTag);
+    const qsizetype header = tag.size() + 16;
+    if (!out.startsWith(tag) || out.size() < header) Invalid(fileName, "cannot be read: its reader answered nonsense", "Metafile.LoadFile");
     auto decoded = std::make_shared<DecodedMetafile>();
     decoded->naturalSize = QSize(IntAt(out, tag.size()), IntAt(out, tag.size() + 4));
     if (decoded->naturalSize.isEmpty()) Invalid(fileName, "has no size", "Metafile.LoadFile");
-    if (recorded) {
-        decoded->recordedSize = QSize(IntAt(out, tag.size() + 8), IntAt(out, tag.size() + 12));
-        const QByteArray data = out.mid(header);
-        decoded->recording.setData(data.constData(), static_cast<uint>(data.size()));
-        decoded->bytes = static_cast<std::size_t>(data.size());
-        if (decoded->recording.size() == 0 || decoded->recordedSize.isEmpty())
-            Invalid(fileName, "cannot be read: its reader answered nonsense", "Metafile.LoadFile");
-    } else {
-        try {
-            decoded->svg = std::make_shared<SvgDrawing>(out.mid(header));
-            // librsvg's tree of an SVG takes several times its text.
-            decoded->bytes = static_cast<std::size_t>(out.size() - header) * 4;
-        } catch (const Error& error) {
-            Invalid(fileName, error.Description(), "Metafile.LoadFile");
-        }
-    }
+    decoded->recordedSize = QSize(IntAt(out, tag.size() + 8), IntAt(out, tag.size() + 12));
+    const QByteArray data = out.mid(header);
+    decoded->recording.setData(data.constData(), static_cast<uint>(data.size()));
+    decoded->bytes = static_cast<std::size_t>(data.size());
+    if (decoded->recording.size() == 0 || decoded->recordedSize.isEmpty())
+        Invalid(fileName, "cannot be read: its reader answered nonsense", "Metafile.LoadFile");
     return decoded;
 }
 
@@ -109,10 +95,6 @@ QSize DeviceSize(const QTransform& transform, const QRect& target) {
 }
 
 void DecodedMetafile::Draw(QPainter& painter, const QRectF& target) const {
-    if (svg) {
-        svg->Draw(painter, target);
-        return;
-    }
     painter.save();
     painter.setClipRect(target, Qt::IntersectClip);
     painter.translate(target.topLeft());
