@@ -1,8 +1,8 @@
 #pragma once
 
-// Writes small enhanced metafiles of EMF+ records for the tests and the fuzzer's
-// seeds: a frame of 192 x 96 pixels at 96 dpi (or as many at another device
-// resolution), one EMF+ record per comment.
+// Writes small enhanced metafiles for the tests and the fuzzer's seeds: a frame
+// of 192 x 96 pixels at 96 dpi (or as many at another device resolution), of
+// old-style records, or of EMF+ records, one per comment.
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
@@ -26,6 +26,13 @@ public:
     // dual: the EMF+ header says the old-style records draw the same picture.
     explicit EmfPlusFile(bool dual = false, uint32_t dpi = 96) : dpi_(dpi) {
         Plus(0x4001, dual ? 1 : 0, {0xDBC01002, 1, dpi, dpi});
+    }
+
+    // A file of old-style records alone, without an EMF+ header.
+    static EmfPlusFile OldStyle() {
+        EmfPlusFile file;
+        file.records_.clear();
+        return file;
     }
 
     EmfPlusFile& Plus(uint16_t type, uint16_t flags, std::initializer_list<uint32_t> data) {

@@ -1,5 +1,6 @@
-// Hand-made EMF+ files drawn through kvotool render: each record draws where
-// it says, and a record that lies is refused with its place in the file.
+// Hand-made EMF files, of old-style records and of EMF+ records, drawn through
+// kvotool render: each record draws where it says, and a record that lies is
+// refused with its place in the file.
 #include <gtest/gtest.h>
 
 #include <QtGui/QImage>
@@ -22,7 +23,7 @@ using test::Shorts;
 constexpr uint32_t kRed = 0xFFFF0000, kGreen = 0xFF00C000, kBlue = 0xFF0000FF, kBlack = 0xFF000000;
 constexpr uint16_t kColour = 0x8000;  // the brush field holds a colour
 
-class EmfPlusTest : public ::testing::Test {
+class EmfTest : public ::testing::Test {
 protected:
     // Renders the file alone on a white slide, two pixels for each of the frame's.
     int Render(const EmfPlusFile& file, std::string* output) {
@@ -61,7 +62,7 @@ bool HasInk(const QImage& image, int left, int top, int right, int bottom) {
     return false;
 }
 
-TEST_F(EmfPlusTest, ShapesBrushesAndPensDrawWhereTheRecordsSay) {
+TEST_F(EmfTest, EmfPlusShapesBrushesAndPensDrawWhereTheRecordsSay) {
     EmfPlusFile file;
     file.Plus(0x4008, 0x0100, {0xDBC01002, 0, kBlue})                                                  // brush 0
         .Plus(0x4008, 0x0201, {0xDBC01002, 0, 0, 0, Float(4), 0xDBC01002, 0, kBlack})                  // pen 1
@@ -89,7 +90,7 @@ TEST_F(EmfPlusTest, ShapesBrushesAndPensDrawWhereTheRecordsSay) {
 
 // Written for a 1200 dpi printer: a pen one device pixel wide is still a line
 // on a screen, as Windows shows it.
-TEST_F(EmfPlusTest, HairlinesOfAFineDeviceShowOnAScreen) {
+TEST_F(EmfTest, HairlinesOfAFineDeviceShowOnAScreen) {
     constexpr uint32_t kRedPen = 0x0201;
     EmfPlusFile file(false, 1200);
     file.Plus(0x4008, kRedPen, {0xDBC01002, 0, 0, 0, Float(1), 0xDBC01002, 0, kRed})
@@ -101,7 +102,7 @@ TEST_F(EmfPlusTest, HairlinesOfAFineDeviceShowOnAScreen) {
     EXPECT_LT(reddest, 160) << "the hairline is a line, not a trace of one";
 }
 
-TEST_F(EmfPlusTest, TransformsClippingAndSaveRestore) {
+TEST_F(EmfTest, TransformsClippingAndSaveRestore) {
     EmfPlusFile file;
     file.Plus(0x4025, 0, {7})                                                          // Save
         .Plus(0x402D, 0, {Float(100), Float(0)})                                       // Translate
@@ -121,7 +122,7 @@ TEST_F(EmfPlusTest, TransformsClippingAndSaveRestore) {
     EXPECT_TRUE(IsWhite(At(image, 35, 70)));
 }
 
-TEST_F(EmfPlusTest, DualFilesDrawEmfPlusAndWhatGetDCHandsOver) {
+TEST_F(EmfTest, DualFilesDrawEmfPlusAndWhatGetDCHandsOver) {
     EmfPlusFile dual(true);
     dual.Plus(0x400A, kColour, {kBlue, 1, Float(0), Float(0), Float(50), Float(50)})
         .Old(37, {0x80000004})        // the black stock brush
@@ -138,7 +139,7 @@ TEST_F(EmfPlusTest, DualFilesDrawEmfPlusAndWhatGetDCHandsOver) {
     EXPECT_LT(At(image, 150, 50).lightness(), 60);
 }
 
-TEST_F(EmfPlusTest, TextIsDrawnInItsLayoutRectangle) {
+TEST_F(EmfTest, TextIsDrawnInItsLayoutRectangle) {
     EmfPlusFile file;
     file.Plus(0x4008, 0x0600, {0xDBC01002, Float(30), 2, 1, 0, 4, Shorts('S', 'a'), Shorts('n', 's')})
         .Plus(0x401C, kColour | 0x0000, {kBlack, 0xFFFFFFFF, 2, Float(20), Float(20), Float(150), Float(60), Shorts('M', 'M')});
@@ -149,7 +150,7 @@ TEST_F(EmfPlusTest, TextIsDrawnInItsLayoutRectangle) {
     EXPECT_FALSE(HasInk(image, 110, 0, 192, 96));
 }
 
-TEST_F(EmfPlusTest, RecordsThatLieAreRefusedWithTheirPlace) {
+TEST_F(EmfTest, RecordsThatLieAreRefusedWithTheirPlace) {
     std::string tooLong;  // a FillRects record that says it is longer than its comment
     for (uint32_t word : {Shorts(0x400A, kColour), 0x100u, 20u, kRed, 1u, 0u, 0u}) {
         for (int i = 0; i < 4; ++i) tooLong.push_back(static_cast<char>((word >> (8 * i)) & 0xFF));
@@ -168,6 +169,87 @@ TEST_F(EmfPlusTest, RecordsThatLieAreRefusedWithTheirPlace) {
             "an EMF+ record naming an object that cannot exist");
     refused(EmfPlusFile(), [](EmfPlusFile& f) { f.Plus(0x4008, 0x0300, {0xDBC01002, 5000, 0}); },
             "an EMF+ record whose contents run past its end");
+}
+
+constexpr uint32_t kColourRefRed = 0x0000FF, kColourRefBlue = 0xFF0000;
+
+// Two logical units to a pixel of the frame, as the file's window and viewport say.
+EmfPlusFile HalfScale() {
+    EmfPlusFile file = EmfPlusFile::OldStyle();
+    file.Old(17, {8}).Old(9, {384, 192}).Old(11, {192, 96}).Old(18, {1});  // anisotropic; transparent background
+    return file;
+}
+
+// What libemf2svg left out: pens as wide as the mapping makes them, hatches,
+// gradients, clipping and filled paths.
+TEST_F(EmfTest, OldStyleRecordsDrawAsWindowsDrawsThem) {
+    EmfPlusFile file = HalfScale();
+    file.Old(38, {1, 0, 10, 0, kColourRefRed}).Old(37, {1})        // a red pen 10 units (5 pixels) wide
+        .Old(27, {20, 170}).Old(54, {360, 170})                      // MoveTo, LineTo
+        .Old(37, {0x80000008})                                       // no pen from here on
+        .Old(39, {2, 2, 0, 4}).Old(37, {2}).Old(43, {20, 20, 120, 100})  // a black cross hatch
+        .Old(118, {0, 0, 0, 0, 2, 1, 0, 140, 20, 0xFF00, 0, 240, 100, 0, 0xFF00, 0, 1})  // red to blue
+        .Old(33, {}).Old(30, {260, 20, 300, 100})                    // SaveDC, IntersectClipRect
+        .Old(37, {0x80000004}).Old(43, {260, 20, 360, 100})          // black, clipped
+        .Old(34, {0xFFFFFFFF}).Old(37, {0x80000004})                 // RestoreDC, black
+        .Old(59, {}).Old(27, {300, 110}).Old(54, {380, 110}).Old(54, {340, 150}).Old(61, {}).Old(60, {})
+        .Old(62, {0, 0, 0, 0});                                      // a black triangle by FillPath
+    const QImage image = Drawn(file);
+    ASSERT_FALSE(image.isNull());
+    EXPECT_EQ(At(image, 90, 83), QColor(255, 0, 0)) << "the pen is as wide as the mapping makes it";
+    EXPECT_EQ(At(image, 90, 86), QColor(255, 0, 0));
+    EXPECT_TRUE(IsWhite(At(image, 90, 90)));
+    int dark = 0, light = 0;
+    for (int y = 15; y < 45; ++y)
+        for (int x = 15; x < 55; ++x) (IsWhite(At(image, x, y)) ? light : dark) += 1;
+    EXPECT_GT(dark, 40) << "the hatch has lines";
+    EXPECT_GT(light, 400) << "and room between them";
+    const QColor left = At(image, 72, 30), right = At(image, 118, 30);
+    EXPECT_TRUE(left.red() > 200 && left.blue() < 60) << "the gradient starts red";
+    EXPECT_TRUE(right.blue() > 200 && right.red() < 60) << "and ends blue";
+    EXPECT_LT(At(image, 140, 30).lightness(), 40) << "inside the clip";
+    EXPECT_TRUE(IsWhite(At(image, 165, 30))) << "clipped away";
+    EXPECT_LT(At(image, 170, 60).lightness(), 40) << "the path, filled once the clip was restored";
+    EXPECT_TRUE(IsWhite(At(image, 152, 72)));
+}
+
+bool Near(const QColor& a, const QColor& b) {
+    return std::abs(a.red() - b.red()) < 60 && std::abs(a.green() - b.green()) < 60 && std::abs(a.blue() - b.blue()) < 60;
+}
+
+// A 2 x 2 bitmap, red and blue over green and white: rows are stored from the
+// bottom unless the height is negative, and a transparent colour is left out.
+TEST_F(EmfTest, BitmapsKeepTheirRowsAndTheirTransparentColour) {
+    constexpr uint32_t kRedBlue[] = {0xFFFF0000, 0}, kGreenWhite[] = {0xFF00FF00, 0x0000FFFF};  // BGR, padded
+    constexpr uint32_t kDepth = 1 | (24 << 16), kCopy = 0x00CC0020, kOne = 0x3F800000;
+    EmfPlusFile file = EmfPlusFile::OldStyle();
+    // StretchDIBits, bottom row first, then top row first.
+    file.Old(81, {0, 0, 0, 0, 10, 10, 0, 0, 2, 2, 80, 40, 120, 16, 0, kCopy, 40, 40,
+                  40, 2, 2, kDepth, 0, 16, 0, 0, 0, 0, kGreenWhite[0], kGreenWhite[1], kRedBlue[0], kRedBlue[1]})
+        .Old(81, {0, 0, 0, 0, 60, 10, 0, 0, 2, 2, 80, 40, 120, 16, 0, kCopy, 40, 40,
+                  40, 2, static_cast<uint32_t>(-2), kDepth, 0, 16, 0, 0, 0, 0, kRedBlue[0], kRedBlue[1], kGreenWhite[0], kGreenWhite[1]})
+        // TransparentBlt with green as the transparent colour.
+        .Old(116, {0, 0, 0, 0, 110, 10, 40, 40, 0x00FF00, 0, 0, kOne, 0, 0, kOne, 0, 0, 0, 0, 108, 40, 148, 16, 2, 2,
+                   40, 2, 2, kDepth, 0, 16, 0, 0, 0, 0, kGreenWhite[0], kGreenWhite[1], kRedBlue[0], kRedBlue[1]});
+    const QImage image = Drawn(file);
+    ASSERT_FALSE(image.isNull());
+    for (const int left : {10, 60, 110}) {
+        EXPECT_TRUE(Near(At(image, left + 10, 20), Qt::red)) << left;
+        EXPECT_TRUE(Near(At(image, left + 30, 20), Qt::blue)) << left;
+        EXPECT_TRUE(Near(At(image, left + 30, 40), Qt::white)) << left;
+    }
+    EXPECT_TRUE(Near(At(image, 20, 40), Qt::green));
+    EXPECT_TRUE(Near(At(image, 70, 40), Qt::green));
+    EXPECT_TRUE(IsWhite(At(image, 120, 40))) << "the transparent colour is not drawn";
+}
+
+TEST_F(EmfTest, OldStyleRecordsThatLieAreRefusedWithTheirPlace) {
+    EmfPlusFile file = EmfPlusFile::OldStyle();
+    const std::size_t at = file.Next();
+    file.Old(3, {0, 0, 10, 10, 1000, 1, 1});  // a polygon of a thousand points, with one
+    std::string output;
+    EXPECT_EQ(Render(file, &output), 1);
+    EXPECT_NE(output.find("a record whose contents run past its end at byte " + std::to_string(at)), std::string::npos) << output;
 }
 
 }  // namespace
