@@ -38,16 +38,14 @@ void WriteInt(std::string& out, int32_t value) {
 
 constexpr uint32_t kEndOfFile = 14;
 
-std::string Damaged(const std::string& what, std::size_t at) { return "is damaged: " + what + " at byte " + std::to_string(at); }
-
 // Every record's length, before either player reads one.
 std::string CheckRecords(const std::vector<char>& bytes, uint32_t headerSize) {
     long long records = 0;
     for (std::size_t at = headerSize; at < bytes.size();) {
-        if (bytes.size() - at < 8) return Damaged("a record is cut off", at);
+        if (bytes.size() - at < 8) return kvo::PictureProtocol::Damaged(kvo::Str::PictureRecordCutOff, at);
         const auto type = static_cast<uint32_t>(Int32At(bytes, at));
         const auto size = static_cast<uint32_t>(Int32At(bytes, at + 4));
-        if (size < 8 || size % 4 != 0 || size > bytes.size() - at) return Damaged("a record with an impossible length", at);
+        if (size < 8 || size % 4 != 0 || size > bytes.size() - at) return kvo::PictureProtocol::Damaged(kvo::Str::PictureRecordLength, at);
         if (type == kEndOfFile) break;
         if (++records > kvo::PictureProtocol::kMaxEmfRecords) return kvo::PictureProtocol::TooManyRecords(kvo::PictureProtocol::kMaxEmfRecords);
         at += size;
@@ -94,11 +92,11 @@ namespace kvo {
 std::string ConvertEmf(std::vector<char> bytes, std::string& out) {
     if (bytes.size() < kMinimumHeader || static_cast<uint32_t>(Int32At(bytes, 0)) != kHeaderRecord ||
         static_cast<uint32_t>(Int32At(bytes, 40)) != kSignature)
-        return "is not an enhanced metafile (no EMF header)";
+        return PictureProtocol::Problem(Str::PictureNotEmf);
     const uint32_t headerSize = static_cast<uint32_t>(Int32At(bytes, 4));
     const uint32_t declaredSize = static_cast<uint32_t>(Int32At(bytes, 48));
-    if (headerSize < kMinimumHeader || headerSize > bytes.size()) return "is damaged: its header is cut off";
-    if (declaredSize > bytes.size()) return "is truncated: it says it holds more bytes than it does";
+    if (headerSize < kMinimumHeader || headerSize > bytes.size()) return PictureProtocol::Problem(Str::PictureHeaderCutOff);
+    if (declaredSize > bytes.size()) return PictureProtocol::Problem(Str::PictureSaysMore);
     if (const std::string damage = CheckRecords(bytes, headerSize); !damage.empty()) return damage;
 
     // The frame is in hundredths of a millimetre; the bounds in device pixels.
@@ -109,7 +107,7 @@ std::string ConvertEmf(std::vector<char> bytes, std::string& out) {
         width = Span(bytes, 8, 16) + 1.0;
         height = Span(bytes, 12, 20) + 1.0;
     }
-    if (!(width >= 1) || !(height >= 1) || width > 100000 || height > 100000) return "has no usable size in its header";
+    if (!(width >= 1) || !(height >= 1) || width > 100000 || height > 100000) return PictureProtocol::Problem(Str::PictureNoUsableSize);
     // A dual file has all its drawing in old-style records as well: they are
     // played where the EMF+ stream hands drawing over to them, or holds
     // metafiles as pictures, which the EMF+ player does not draw.

@@ -3,7 +3,9 @@
 // process of its own, under limits of time and memory: the file is untrusted.
 #include <QtGui/QGuiApplication>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -13,6 +15,7 @@
 #include <vector>
 
 #include "EmfConvert.h"
+#include "PictureProtocol.h"
 
 namespace {
 
@@ -28,7 +31,7 @@ int main(int argc, char** argv) {
     std::ifstream file;
     if (std::string_view(argv[1]) != "-") {
         file.open(argv[1], std::ios::binary);
-        if (!file) return Fail("cannot be opened");
+        if (!file) return Fail(kvo::PictureProtocol::Problem(kvo::Str::PictureNotOpened, std::strerror(errno)));
     }
     std::istream& in = file.is_open() ? file : std::cin;
     std::vector<char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());

@@ -22,6 +22,7 @@
 
 #include "MetafileClip.h"
 #include "MetafileCursor.h"
+#include "PictureProtocol.h"
 
 namespace kvo {
 
@@ -1203,7 +1204,7 @@ uint32_t U32At(const std::vector<char>& bytes, std::size_t at) {
 
 std::string PlayEmf(const std::vector<char>& bytes, std::size_t headerSize, const QRectF& frame, double naturalWidth,
                     int recordedWidth, int recordedHeight, QPicture& picture) {
-    if (!(frame.width() > 0) || !(frame.height() > 0) || !(naturalWidth > 0)) return "has no usable size in its header";
+    if (!(frame.width() > 0) || !(frame.height() > 0) || !(naturalWidth > 0)) return PictureProtocol::Problem(Str::PictureNoUsableSize);
     const auto perMm = [&](std::size_t pixels, std::size_t mm) {
         const auto p = static_cast<int32_t>(U32At(bytes, pixels)), m = static_cast<int32_t>(U32At(bytes, mm));
         return p > 0 && m > 0 ? static_cast<double>(p) / m : 96 / 25.4;
@@ -1217,7 +1218,7 @@ std::string PlayEmf(const std::vector<char>& bytes, std::size_t headerSize, cons
         try {
             player.Play(type, Cursor(bytes.data() + at, size));
         } catch (const Short&) {
-            return "is damaged: a record whose contents run past its end at byte " + std::to_string(at);
+            return PictureProtocol::Damaged(Str::PictureRecordOverrun, at);
         }
         at += size;
     }

@@ -511,7 +511,6 @@ bool IsEmfPlusComment(const std::vector<char>& bytes, std::size_t at, uint32_t s
     return U32At(bytes, at) == kCommentRecord && size >= 16 && U32At(bytes, at + 12) == kEmfPlusSignature;
 }
 
-std::string Damaged(const std::string& what, std::size_t at) { return "is damaged: " + what + " at byte " + std::to_string(at); }
 
 class Player {
 public:
@@ -1120,7 +1119,7 @@ EmfPlusSurvey SurveyEmfPlus(const std::vector<char>& bytes, std::size_t headerSi
 
 std::string PlayEmfPlus(const std::vector<char>& bytes, std::size_t headerSize, const QRectF& frame, double naturalWidth,
                         int recordedWidth, int recordedHeight, QPicture& picture) {
-    if (!(frame.width() > 0) || !(frame.height() > 0) || !(naturalWidth > 0)) return "has no usable size in its header";
+    if (!(frame.width() > 0) || !(frame.height() > 0) || !(naturalWidth > 0)) return PictureProtocol::Problem(Str::PictureNoUsableSize);
     QPainter painter(&picture);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform);
     Player player(painter, frame, recordedWidth / naturalWidth, recordedWidth, recordedHeight);
@@ -1129,22 +1128,22 @@ std::string PlayEmfPlus(const std::vector<char>& bytes, std::size_t headerSize, 
         const uint32_t type = U32At(bytes, at), size = U32At(bytes, at + 4);
         if (IsEmfPlusComment(bytes, at, size)) {
             const uint64_t dataSize = U32At(bytes, at + 8);
-            if (dataSize + 12 > size || dataSize < 4) return Damaged("a comment longer than its record", at);
+            if (dataSize + 12 > size || dataSize < 4) return PictureProtocol::Damaged(Str::PictureCommentTooLong, at);
             const std::size_t end = at + 12 + static_cast<std::size_t>(dataSize);
             for (std::size_t p = at + 16; p < end;) {
-                if (end - p < 12) return Damaged("an EMF+ record is cut off", p);
+                if (end - p < 12) return PictureProtocol::Damaged(Str::PicturePlusCutOff, p);
                 const uint32_t word = U32At(bytes, p);
                 const uint32_t plusSize = U32At(bytes, p + 4), plusData = U32At(bytes, p + 8);
                 if (plusSize < 12 || plusSize > end - p || plusData > plusSize - 12)
-                    return Damaged("an EMF+ record with an impossible length", p);
+                    return PictureProtocol::Damaged(Str::PicturePlusLength, p);
                 if (++records > PictureProtocol::kMaxEmfRecords) return PictureProtocol::TooManyRecords(PictureProtocol::kMaxEmfRecords);
                 const auto plusType = static_cast<uint16_t>(word & 0xFFFF);
                 try {
                     player.Play(plusType, static_cast<uint16_t>(word >> 16), Cursor(bytes.data() + p + 12, plusData));
                 } catch (const Short&) {
-                    return Damaged("an EMF+ record whose contents run past its end", p);
+                    return PictureProtocol::Damaged(Str::PicturePlusOverrun, p);
                 } catch (const BadObject&) {
-                    return Damaged("an EMF+ record naming an object that cannot exist", p);
+                    return PictureProtocol::Damaged(Str::PicturePlusBadObject, p);
                 }
                 if (plusType == kEndOfFile) {
                     painter.end();

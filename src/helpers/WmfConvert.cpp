@@ -620,12 +620,12 @@ void WriteInt(QByteArray& out, int32_t value) {
 namespace kvo {
 
 std::string ConvertWmf(const QByteArray& original, QByteArray& out) {
-    if (original.size() < 18) return "is too short to be a Windows metafile";
+    if (original.size() < 18) return PictureProtocol::Problem(Str::PictureTooShortForWmf);
     // The header says how long the file is; libwmf would draw a cut-off file half.
     const qsizetype headerAt = U32At(original, 0) == 0x9AC6CDD7u ? 22 : 0;
     // Some writers count the placeable header in as well: the whole file is the bound.
     if (headerAt + 18 > original.size() || qsizetype{U32At(original, headerAt + 6)} * 2 > original.size())
-        return "is truncated: it is shorter than its header says";
+        return PictureProtocol::Problem(Str::PictureTruncated);
     long long records = 0;
     QByteArray bytes = PrepareForLibwmf(original, records);
     if (records > PictureProtocol::kMaxWmfRecords) return PictureProtocol::TooManyRecords(PictureProtocol::kMaxWmfRecords);
@@ -635,7 +635,7 @@ std::string ConvertWmf(const QByteArray& original, QByteArray& out) {
     options.function = InstallDevice;
     const unsigned long flags = WMF_OPT_FUNCTION | WMF_OPT_IGNORE_NONFATAL | WMF_OPT_NO_DEBUG | WMF_OPT_NO_ERROR;
     Device device;
-    if (wmf_api_create(&api, flags, &options) != wmf_E_None) return "the metafile library could not start";
+    if (wmf_api_create(&api, flags, &options) != wmf_E_None) return PictureProtocol::Problem(Str::PictureWmfLibraryFailed);
     api->device_data = &device;  // bitmaps may be read while the file is scanned
     const auto finish = [&](std::string status) {
         wmf_mem_close(api);
@@ -644,19 +644,19 @@ std::string ConvertWmf(const QByteArray& original, QByteArray& out) {
         return status;
     };
     if (wmf_mem_open(api, reinterpret_cast<unsigned char*>(bytes.data()), bytes.size()) != wmf_E_None)
-        return finish("cannot be read");
+        return finish(PictureProtocol::Problem(Str::PictureUnreadable));
     wmfD_Rect bounds{};
-    if (wmf_scan(api, 0, &bounds) != wmf_E_None) return finish("is not a Windows metafile, or it is damaged");
+    if (wmf_scan(api, 0, &bounds) != wmf_E_None) return finish(PictureProtocol::Problem(Str::PictureNotWmf));
     unsigned int width = 0, height = 0;
     if (wmf_display_size(api, &width, &height, 96, 96) != wmf_E_None || width == 0 || height == 0) {
         // The bounds of what it draws, which damaged coordinates can make vast.
         const double spanX = std::max(1.0, static_cast<double>(bounds.BR.x) - bounds.TL.x);
         const double spanY = std::max(1.0, static_cast<double>(bounds.BR.y) - bounds.TL.y);
-        if (!(spanX <= kLargestSide) || !(spanY <= kLargestSide)) return finish("has no usable size (its drawing is too large)");
+        if (!(spanX <= kLargestSide) || !(spanY <= kLargestSide)) return finish(PictureProtocol::Problem(Str::PictureDrawingTooLarge));
         width = static_cast<unsigned>(spanX);
         height = static_cast<unsigned>(spanY);
     }
-    if (width > kLargestSide || height > kLargestSide) return finish("has no usable size (its frame is too large)");
+    if (width > kLargestSide || height > kLargestSide) return finish(PictureProtocol::Problem(Str::PictureFrameTooLarge));
     const double pixelScale = kRecordedSide / std::max(width, height);
     const int recordedWidth = std::max(1, static_cast<int>(std::lround(width * pixelScale)));
     const int recordedHeight = std::max(1, static_cast<int>(std::lround(height * pixelScale)));

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "PictureProtocol.h"
 #include "WmfConvert.h"
 
 namespace {
@@ -29,7 +30,7 @@ int main(int argc, char** argv) {
     QFile file;
     const bool opened = std::string_view(argv[1]) == "-" ? file.open(stdin, QIODevice::ReadOnly)
                                                          : (file.setFileName(QString::fromLocal8Bit(argv[1])), file.open(QIODevice::ReadOnly));
-    if (!opened) return Fail("cannot be opened: " + file.errorString().toStdString());
+    if (!opened) return Fail(kvo::PictureProtocol::Problem(kvo::Str::PictureNotOpened, file.errorString().toStdString()));
     const QByteArray original = file.readAll();
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);

@@ -390,7 +390,41 @@ namespace kvo::Str {
     X(StepMoveSlide, 31922)               \
     X(SlidePanelEntry, 31923)             \
     X(SlidePanelDisabled, 31924)          \
-    X(StationSizesInvalid, 31925)
+    X(StationSizesInvalid, 31925)         \
+    X(PictureUnreadable, 31930)        \
+    X(PictureUnreadableBecause, 31931) \
+    X(PictureNotOpened, 31932)         \
+    X(PictureHelperMissing, 31933)     \
+    X(PictureHelperNotStarted, 31934)  \
+    X(PictureTookTooLong, 31935)       \
+    X(PictureNoLongerShown, 31936)     \
+    X(PictureTooLarge, 31937)          \
+    X(PictureReaderCrashed, 31938)     \
+    X(PictureNotMetafile, 31939)       \
+    X(PictureReaderNonsense, 31940)    \
+    X(PictureHasNoSize, 31941)         \
+    X(PictureTruncated, 31942)         \
+    X(PictureRunPastImage, 31943)      \
+    X(PictureRunEndsEarly, 31944)      \
+    X(PictureNotBmp, 31945)            \
+    X(PictureTooManyRecords, 31946)    \
+    X(PictureNotEmf, 31947)            \
+    X(PictureHeaderCutOff, 31948)      \
+    X(PictureSaysMore, 31949)          \
+    X(PictureNoUsableSize, 31950)      \
+    X(PictureRecordCutOff, 31951)      \
+    X(PictureRecordLength, 31952)      \
+    X(PictureRecordOverrun, 31953)     \
+    X(PictureCommentTooLong, 31954)    \
+    X(PicturePlusCutOff, 31955)        \
+    X(PicturePlusLength, 31956)        \
+    X(PicturePlusOverrun, 31957)       \
+    X(PicturePlusBadObject, 31958)     \
+    X(PictureTooShortForWmf, 31959)    \
+    X(PictureWmfLibraryFailed, 31960)  \
+    X(PictureNotWmf, 31961)            \
+    X(PictureDrawingTooLarge, 31962)   \
+    X(PictureFrameTooLarge, 31963)
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

@@ -14,17 +14,12 @@
 #include "helpers/PictureProtocol.h"
 #include "services/Error.h"
 #include "services/Paths.h"
+#include "services/StringIds.h"
 #include "services/Text.h"
 
 namespace kvo {
 
 namespace {
-
-constexpr int32_t kInvalidPicture = 481;
-
-[[noreturn]] void Invalid(const std::string& fileName, const std::string& why, const char* source) {
-    throw Error(kInvalidPicture, source, "The picture \"" + fileName + "\" " + why);
-}
 
 void RequireFile(const std::string& fileName, const char* source) {
     if (!FileExists(fileName)) throw Error(ErrorNumber::FileNotFound, source, "File not found: \"" + fileName + "\"");
@@ -56,21 +51,21 @@ namespace {
 std::shared_ptr<DecodedMetafile> Decode(const std::string& fileName, const QByteArray& head, const QByteArray* whole,
                                         const std::atomic<bool>* stop) {
     const MetafileFormat format = Sniff(head);
-    if (format == MetafileFormat::Unknown) Invalid(fileName, "is not a Windows metafile (WMF or EMF)", "Metafile.LoadFile");
+    if (format == MetafileFormat::Unknown) PictureFailed(fileName, Str::PictureNotMetafile);
     const bool wmf = format == MetafileFormat::Wmf;
     const QByteArray out = RunPictureHelper(wmf ? "kvo-wmf-helper" : "kvo-emf-helper", fileName, stop, whole);
     const QByteArray tag(PictureProtocol::kRecordedTag);
     const qsizetype header = tag.size() + 16;
-    if (!out.startsWith(tag) || out.size() < header) Invalid(fileName, "cannot be read: its reader answered nonsense", "Metafile.LoadFile");
+    if (!out.startsWith(tag) || out.size() < header) PictureFailed(fileName, Str::PictureReaderNonsense);
     auto decoded = std::make_shared<DecodedMetafile>();
     decoded->naturalSize = QSize(IntAt(out, tag.size()), IntAt(out, tag.size() + 4));
-    if (decoded->naturalSize.isEmpty()) Invalid(fileName, "has no size", "Metafile.LoadFile");
+    if (decoded->naturalSize.isEmpty()) PictureFailed(fileName, Str::PictureHasNoSize);
     decoded->recordedSize = QSize(IntAt(out, tag.size() + 8), IntAt(out, tag.size() + 12));
     const QByteArray data = out.mid(header);
     decoded->recording.setData(data.constData(), static_cast<uint>(data.size()));
     decoded->bytes = static_cast<std::size_t>(data.size());
     if (decoded->recording.size() == 0 || decoded->recordedSize.isEmpty())
-        Invalid(fileName, "cannot be read: its reader answered nonsense", "Metafile.LoadFile");
+        PictureFailed(fileName, Str::PictureReaderNonsense);
     return decoded;
 }
 
@@ -152,8 +147,9 @@ bool IsTruncatedBmp(const QByteArray& file) {
 }
 
 // Qt draws run-length data that runs past the image as far as it fits; such a
-// file is damaged, and is reported. Returns what is wrong, or nothing.
-std::string CheckRunLengths(const QByteArray& file) {
+// file is damaged, and is reported. Returns the string that says what is
+// wrong, or 0.
+int32_t CheckRunLengths(const QByteArray& file) {
     if (file.size() < 54) return {};
     const int compression = IntAt(file, 30);
     if (compression != 1 && compression != 2) return {};
@@ -182,26 +178,26 @@ std::string CheckRunLengths(const QByteArray& file) {
             at += (bytes + 1) / 2 * 2;
             x += value;
         }
-        if (x > width || y > height || (y == height && x > 0)) return "has run-length data that runs past the image";
+        if (x > width || y > height || (y == height && x > 0)) return Str::PictureRunPastImage;
     }
-    return "has run-length data that ends before the image does";
+    return Str::PictureRunEndsEarly;
 }
 
 void Bitmap::LoadFile(const std::string& fileName) {
     RequireFile(fileName, "Bitmap.LoadFile");
     QFile file(QString::fromLocal8Bit(fileName.c_str()));
-    if (!file.open(QIODevice::ReadOnly)) Invalid(fileName, "cannot be opened: " + file.errorString().toStdString(), "Bitmap.LoadFile");
+    if (!file.open(QIODevice::ReadOnly)) PictureFailed(fileName, Str::PictureNotOpened, file.errorString().toStdString(), "Bitmap.LoadFile");
     LoadData(fileName, file.readAll());
 }
 
 void Bitmap::LoadData(const std::string& name, QByteArray bytes) {
-    if (IsTruncatedBmp(bytes)) Invalid(name, "is truncated: it is shorter than its header says", "Bitmap.LoadFile");
-    if (const std::string problem = CheckRunLengths(bytes); !problem.empty()) Invalid(name, problem, "Bitmap.LoadFile");
+    if (IsTruncatedBmp(bytes)) PictureFailed(name, Str::PictureTruncated, {}, "Bitmap.LoadFile");
+    if (const int32_t problem = CheckRunLengths(bytes); problem != 0) PictureFailed(name, problem, {}, "Bitmap.LoadFile");
     QBuffer buffer(&bytes);
     QImageReader reader(&buffer, "BMP");
     reader.setAutoTransform(false);
     QImage image = reader.read();
-    if (image.isNull()) Invalid(name, "is not a readable BMP file (" + reader.errorString().toStdString() + ")", "Bitmap.LoadFile");
+    if (image.isNull()) PictureFailed(name, Str::PictureNotBmp, reader.errorString().toStdString(), "Bitmap.LoadFile");
     image_ = std::move(image);
 }
 

@@ -11,7 +11,9 @@
 
 #include "helpers/PictureProtocol.h"
 #include "services/Error.h"
+#include "services/Language.h"
 #include "services/Paths.h"
+#include "services/StringIds.h"
 
 namespace kvo {
 
@@ -37,18 +39,34 @@ constexpr bool kLimitAddressSpace = true;
 constexpr bool kLimitAddressSpace = true;
 #endif
 
-[[noreturn]] void Fail(const std::string& fileName, const std::string& why) {
-    throw Error(kInvalidPicture, "Metafile.LoadFile", "The picture \"" + fileName + "\" " + why);
+// A helper's line on standard error: a problem's string id, then its figure.
+[[noreturn]] void FailAsTold(const std::string& fileName, const std::string& line) {
+    std::size_t end = 0;
+    int32_t id = 0;
+    try {
+        id = std::stoi(line, &end);
+    } catch (const std::exception&) {
+        id = 0;
+    }
+    if (id < Str::PictureUnreadable || id > Str::PictureFrameTooLarge) {
+        if (line.empty()) PictureFailed(fileName, Str::PictureUnreadable);
+        PictureFailed(fileName, Str::PictureUnreadableBecause, line);
+    }
+    PictureFailed(fileName, id, end < line.size() ? line.substr(end + 1) : std::string());
 }
 
 }  // namespace
+
+void PictureFailed(const std::string& fileName, int32_t why, const std::string& figure, const char* source) {
+    throw Error(kInvalidPicture, source, FormatResString(why, {fileName, figure}));
+}
 
 QByteArray RunPictureHelper(const std::string& helperName, const std::string& fileName, const std::atomic<bool>* stop,
                             const QByteArray* bytes) {
     // Beside the program in a build tree, in libexec when installed.
     std::string helper = JoinPath(ExecutableDirectory(), helperName);
     if (!FileExists(helper)) helper = JoinPath(ExecutableDirectory(), "../libexec/kvoeditor/" + helperName);
-    if (!FileExists(helper)) Fail(fileName, "cannot be read: " + helperName + " is not installed with the program");
+    if (!FileExists(helper)) PictureFailed(fileName, Str::PictureHelperMissing, helperName);
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("QT_QPA_PLATFORM", "offscreen");
@@ -60,7 +78,7 @@ QByteArray RunPictureHelper(const std::string& helperName, const std::string& fi
         if (kLimitAddressSpace) setrlimit(RLIMIT_AS, &memory);
     });
     process.start(QString::fromStdString(helper), {bytes != nullptr ? QString("-") : QString::fromLocal8Bit(fileName.c_str())});
-    if (!process.waitForStarted()) Fail(fileName, "cannot be read: " + helperName + " did not start");
+    if (!process.waitForStarted()) PictureFailed(fileName, Str::PictureHelperNotStarted, helperName);
     if (bytes != nullptr) {
         process.write(*bytes);  // written while the answer is read below
         process.closeWriteChannel();
@@ -70,29 +88,26 @@ QByteArray RunPictureHelper(const std::string& helperName, const std::string& fi
     QElapsedTimer clock;
     clock.start();
     QByteArray out;
-    const auto giveUp = [&](const std::string& why) {
+    const auto giveUp = [&](int32_t why) {
         process.kill();
         process.waitForFinished();
-        Fail(fileName, why);
+        PictureFailed(fileName, why);
     };
     while (process.state() != QProcess::NotRunning) {
         const qint64 left = kTimeLimitMs - clock.elapsed();
-        if (left <= 0) giveUp("took too long to read and was given up (is it damaged?)");
-        if (stop != nullptr && stop->load()) giveUp("was not read: it is no longer shown");
+        if (left <= 0) giveUp(Str::PictureTookTooLong);
+        if (stop != nullptr && stop->load()) giveUp(Str::PictureNoLongerShown);
         const int wait = stop != nullptr ? std::min<int>(static_cast<int>(left), kStopCheckMs) : static_cast<int>(left);
         if (!process.waitForReadyRead(wait) && process.state() != QProcess::NotRunning && clock.elapsed() >= kTimeLimitMs)
-            giveUp("took too long to read and was given up (is it damaged?)");
+            giveUp(Str::PictureTookTooLong);
         out += process.readAllStandardOutput();
-        if (out.size() > PictureProtocol::kMaxOutputBytes) giveUp("cannot be drawn: it is too large to be drawn here");
+        if (out.size() > PictureProtocol::kMaxOutputBytes) giveUp(Str::PictureTooLarge);
     }
     out += process.readAllStandardOutput();
-    if (out.size() > PictureProtocol::kMaxOutputBytes) Fail(fileName, "cannot be drawn: it is too large to be drawn here");
+    if (out.size() > PictureProtocol::kMaxOutputBytes) PictureFailed(fileName, Str::PictureTooLarge);
     if (process.exitStatus() != QProcess::NormalExit)
-        Fail(fileName, "made the picture reader fail (it is damaged or not a picture)");
-    if (process.exitCode() != 0) {
-        const QString reason = QString::fromLocal8Bit(process.readAllStandardError()).trimmed();
-        Fail(fileName, reason.isEmpty() ? std::string("cannot be read") : reason.toStdString());
-    }
+        PictureFailed(fileName, Str::PictureReaderCrashed);
+    if (process.exitCode() != 0) FailAsTold(fileName, QString::fromLocal8Bit(process.readAllStandardError()).trimmed().toStdString());
     return out;
 }
 

@@ -5,6 +5,8 @@
 #include <algorithm>
 
 #include "Picture.h"
+#include "services/Language.h"
+#include "services/StringIds.h"
 
 namespace kvo {
 
@@ -135,7 +137,7 @@ std::shared_ptr<const DecodedMetafile> PictureLoader::Run(const Job& job) {
     } catch (const std::exception& error) {
         std::lock_guard lock(mutex_);
         failed_.insert_or_assign(key, Error(kInvalidPicture, "Metafile.LoadFile",
-                                            "The picture \"" + job.fileName + "\" cannot be read: " + error.what()));
+                                            FormatResString(Str::PictureUnreadableBecause, {job.fileName, error.what()})));
     }
     return nullptr;
 }

@@ -121,6 +121,16 @@ TEST_F(SlideViewTest, HeaderFieldsAtTheirLimitsAreHandled) {
     const Error emfError = RaisedBy([&] { metafile.LoadFile(dir_.File("vast.emf")); });
     EXPECT_EQ(emfError.Number(), 481);
     EXPECT_NE(emfError.Description().find("has no usable size"), std::string::npos) << emfError.Description();
+
+    // In the user's language, whether the editor or a picture helper found it.
+    SetLanguage(1031);
+    InitResources();
+    EXPECT_EQ(RaisedBy([&] { metafile.LoadFile(dir_.File("vast.emf")); }).Description(),
+              "Das Bild \"" + dir_.File("vast.emf") + "\" hat in seinem Kopf keine verwendbare Größe");
+    EXPECT_EQ(RaisedBy([&] { bitmap.LoadFile(dir_.File("huge.bmp")); }).Description(),
+              "Das Bild \"" + dir_.File("huge.bmp") + "\" ist abgeschnitten: Es ist kürzer, als sein Kopf angibt");
+    SetLanguage(1033);
+    InitResources();
 }
 
 // Found by fuzzing: text in a font without a name crashed Qt as it was
