@@ -109,10 +109,10 @@ std::string ConvertEmf(std::vector<char> bytes, std::string& out) {
     }
     if (!(width >= 1) || !(height >= 1) || width > 100000 || height > 100000) return PictureProtocol::Problem(Str::PictureNoUsableSize);
     // A dual file has all its drawing in old-style records as well: they are
-    // played where the EMF+ stream hands drawing over to them, or holds
-    // metafiles as pictures, which the EMF+ player does not draw.
+    // played alone where the EMF+ stream holds metafiles as pictures, which
+    // the EMF+ player does not draw.
     const EmfPlusSurvey survey = SurveyEmfPlus(bytes, headerSize);
-    const bool emfPlus = survey.emfPlus && !(survey.dual && (survey.gdiDrawing || survey.metafileImages));
+    const bool emfPlus = survey.emfPlus && !(survey.dual && survey.metafileImages);
     return Record(emfPlus ? kvo::PlayEmfPlus : kvo::PlayEmf, bytes, headerSize, std::lround(width), std::lround(height), out);
 }
 

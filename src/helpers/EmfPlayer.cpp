@@ -208,9 +208,17 @@ struct State {
     std::optional<QPainterPath> clip;  // in recorded pixels; none: the whole picture
 };
 
-class Player {
+uint32_t U32At(const std::vector<char>& bytes, std::size_t at) {
+    uint32_t v = 0;
+    for (std::size_t i = 0; i < 4; ++i) v |= static_cast<uint32_t>(static_cast<unsigned char>(bytes[at + i])) << (8 * i);
+    return v;
+}
+
+}  // namespace
+
+class GdiPlayer {
 public:
-    Player(QPainter& painter, const QRectF& frame, double pixel, int recordedWidth, int recordedHeight, QSizeF devicePerMm)
+    GdiPlayer(QPainter& painter, const QRectF& frame, double pixel, int recordedWidth, int recordedHeight, QSizeF devicePerMm)
         : painter_(painter),
           device_(QTransform::fromTranslate(-frame.x(), -frame.y()) *
                   QTransform::fromScale(recordedWidth / frame.width(), recordedHeight / frame.height())),
@@ -219,6 +227,9 @@ public:
           devicePerMm_(devicePerMm) {
         ApplyClip();
     }
+
+    // Sets the painter's clip to this player's, after another has drawn.
+    void Resume() { ApplyClip(); }
 
     // Plays one record, read from its start; throws Short where it lies.
     void Play(uint32_t type, Cursor record) {
@@ -1194,32 +1205,39 @@ private:
     QPainterPath done_;                    // the last path recorded
 };
 
-uint32_t U32At(const std::vector<char>& bytes, std::size_t at) {
-    uint32_t v = 0;
-    for (std::size_t i = 0; i < 4; ++i) v |= static_cast<uint32_t>(static_cast<unsigned char>(bytes[at + i])) << (8 * i);
-    return v;
-}
-
-}  // namespace
-
-std::string PlayEmf(const std::vector<char>& bytes, std::size_t headerSize, const QRectF& frame, double naturalWidth,
-                    int recordedWidth, int recordedHeight, QPicture& picture) {
-    if (!(frame.width() > 0) || !(frame.height() > 0) || !(naturalWidth > 0)) return PictureProtocol::Problem(Str::PictureNoUsableSize);
+GdiPlayback::GdiPlayback(QPainter& painter, const std::vector<char>& bytes, const QRectF& frame, double pixel,
+                         int recordedWidth, int recordedHeight)
+    : bytes_(bytes) {
     const auto perMm = [&](std::size_t pixels, std::size_t mm) {
         const auto p = static_cast<int32_t>(U32At(bytes, pixels)), m = static_cast<int32_t>(U32At(bytes, mm));
         return p > 0 && m > 0 ? static_cast<double>(p) / m : 96 / 25.4;
     };
+    player_ = std::make_unique<GdiPlayer>(painter, frame, pixel, recordedWidth, recordedHeight, QSizeF(perMm(72, 80), perMm(76, 84)));
+}
+
+GdiPlayback::~GdiPlayback() = default;
+
+std::string GdiPlayback::Play(std::size_t at) {
+    try {
+        player_->Play(U32At(bytes_, at), Cursor(bytes_.data() + at, U32At(bytes_, at + 4)));
+    } catch (const Short&) {
+        return PictureProtocol::Damaged(Str::PictureRecordOverrun, at);
+    }
+    return {};
+}
+
+void GdiPlayback::Resume() { player_->Resume(); }
+
+std::string PlayEmf(const std::vector<char>& bytes, std::size_t headerSize, const QRectF& frame, double naturalWidth,
+                    int recordedWidth, int recordedHeight, QPicture& picture) {
+    if (!(frame.width() > 0) || !(frame.height() > 0) || !(naturalWidth > 0)) return PictureProtocol::Problem(Str::PictureNoUsableSize);
     QPainter painter(&picture);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform);
-    Player player(painter, frame, recordedWidth / naturalWidth, recordedWidth, recordedHeight, QSizeF(perMm(72, 80), perMm(76, 84)));
+    GdiPlayback player(painter, bytes, frame, recordedWidth / naturalWidth, recordedWidth, recordedHeight);
     for (std::size_t at = headerSize; at + 8 <= bytes.size();) {
         const uint32_t type = U32At(bytes, at), size = U32At(bytes, at + 4);
         if (type == kEndOfFile || size < 8) break;
-        try {
-            player.Play(type, Cursor(bytes.data() + at, size));
-        } catch (const Short&) {
-            return PictureProtocol::Damaged(Str::PictureRecordOverrun, at);
-        }
+        if (std::string problem = player.Play(at); !problem.empty()) return problem;
         at += size;
     }
     painter.end();

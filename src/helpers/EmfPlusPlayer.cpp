@@ -21,6 +21,7 @@
 #include <variant>
 #include <vector>
 
+#include "EmfPlayer.h"
 #include "MetafileClip.h"
 #include "MetafileCursor.h"
 #include "PictureProtocol.h"
@@ -511,12 +512,14 @@ bool IsEmfPlusComment(const std::vector<char>& bytes, std::size_t at, uint32_t s
     return U32At(bytes, at) == kCommentRecord && size >= 16 && U32At(bytes, at + 12) == kEmfPlusSignature;
 }
 
-
 class Player {
 public:
     Player(QPainter& painter, const QRectF& frame, double pixel, int recordedWidth, int recordedHeight)
         : painter_(painter),
-          device_(QTransform::fromTranslate(-frame.x(), -frame.y()) *
+          // Half a device pixel up and left: where the renderings of EMF+
+          // files we compare with put their edges (GDI+ centres its pixels on
+          // whole coordinates).
+          device_(QTransform::fromTranslate(-frame.x() - 0.5, -frame.y() - 0.5) *
                   QTransform::fromScale(recordedWidth / frame.width(), recordedHeight / frame.height())),
           everywhere_(0, 0, recordedWidth, recordedHeight),
           pixel_(pixel) {
@@ -528,6 +531,9 @@ public:
         dpiY_ = dpiY > 0 ? dpiY : 96;
         display_ = display;
     }
+
+    // Puts this player's clip back on the painter, after another player has drawn.
+    void Resume() { ApplyClip(); }
 
     // Plays one record; throws Short or BadObject where it lies.
     void Play(uint16_t type, uint16_t flags, Cursor c) {
@@ -1086,7 +1092,6 @@ private:
 
 EmfPlusSurvey SurveyEmfPlus(const std::vector<char>& bytes, std::size_t headerSize) {
     EmfPlusSurvey survey;
-    bool handedOver = false;
     for (std::size_t at = headerSize; at + 8 <= bytes.size();) {
         const uint32_t type = U32At(bytes, at), size = U32At(bytes, at + 4);
         if (size < 8 || size > bytes.size() - at) break;
@@ -1099,7 +1104,6 @@ EmfPlusSurvey SurveyEmfPlus(const std::vector<char>& bytes, std::size_t headerSi
                     survey.emfPlus = true;
                     survey.dual = (U32At(bytes, p) >> 16 & 1) != 0;
                 }
-                handedOver = plusType == kGetDC;
                 if (plusSize < 12 || plusSize > end - p) break;
                 const uint32_t flags = U32At(bytes, p) >> 16;
                 const std::size_t imageType = p + 16 + ((flags & kContinued) != 0 ? 4 : 0);
@@ -1107,8 +1111,6 @@ EmfPlusSurvey SurveyEmfPlus(const std::vector<char>& bytes, std::size_t headerSi
                     survey.metafileImages = true;
                 p += plusSize;
             }
-        } else if (handedOver && IsOldStyleDrawing(type)) {
-            survey.gdiDrawing = true;
         }
         if (type == 14) break;
         at += size;
@@ -1123,6 +1125,10 @@ std::string PlayEmfPlus(const std::vector<char>& bytes, std::size_t headerSize, 
     QPainter painter(&picture);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform);
     Player player(painter, frame, recordedWidth / naturalWidth, recordedWidth, recordedHeight);
+    GdiPlayback gdi(painter, bytes, frame, recordedWidth / naturalWidth, recordedWidth, recordedHeight);
+    // Old-style drawing is the twin of EMF+ drawing, except where the EMF+
+    // stream hands drawing over (GetDC); its objects and state are kept always.
+    bool handedOver = false, gdiDrewLast = false;
     long long records = 0;
     for (std::size_t at = headerSize; at + 8 <= bytes.size();) {
         const uint32_t type = U32At(bytes, at), size = U32At(bytes, at + 4);
@@ -1138,6 +1144,9 @@ std::string PlayEmfPlus(const std::vector<char>& bytes, std::size_t headerSize, 
                     return PictureProtocol::Damaged(Str::PicturePlusLength, p);
                 if (++records > PictureProtocol::kMaxEmfRecords) return PictureProtocol::TooManyRecords(PictureProtocol::kMaxEmfRecords);
                 const auto plusType = static_cast<uint16_t>(word & 0xFFFF);
+                if (gdiDrewLast) player.Resume();
+                gdiDrewLast = false;
+                handedOver = plusType == kGetDC;
                 try {
                     player.Play(plusType, static_cast<uint16_t>(word >> 16), Cursor(bytes.data() + p + 12, plusData));
                 } catch (const Short&) {
@@ -1151,6 +1160,10 @@ std::string PlayEmfPlus(const std::vector<char>& bytes, std::size_t headerSize, 
                 }
                 p += plusSize;
             }
+        } else if (type != 14 && (handedOver || !IsOldStyleDrawing(type))) {
+            if (!gdiDrewLast) gdi.Resume();
+            gdiDrewLast = true;
+            if (std::string problem = gdi.Play(at); !problem.empty()) return problem;
         }
         if (type == 14 || size < 8) break;
         at += size;
