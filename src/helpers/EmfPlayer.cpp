@@ -109,6 +109,8 @@ struct DibHeader {
     uint16_t depth = 0;
     uint32_t compression = 0;
     std::size_t Rows() const { return static_cast<std::size_t>(std::abs(height)); }
+    // Bytes in a row, padded to whole 32-bit words.
+    std::size_t Stride() const { return (static_cast<std::size_t>(width) * depth + 31) / 32 * 4; }
     // Rows are stored from the bottom up unless the height is negative.
     int Row(std::size_t stored) const { return static_cast<int>(height > 0 ? Rows() - 1 - stored : stored); }
 };
@@ -131,15 +133,16 @@ std::optional<DibHeader> ReadDibHeader(const Cursor& record, uint32_t headerAt, 
 
 // A device-independent bitmap from the two parts a record points at. The
 // colours of a 32-bit bitmap keep their alpha for blends that ask for it.
+// Uncompressed pixels fewer than its header says are a record that lies.
 QImage ReadDib(const Cursor& record, uint32_t headerAt, uint32_t headerSize, uint32_t bitsAt, uint32_t bitsSize) {
     const std::optional<DibHeader> h = ReadDibHeader(record, headerAt, headerSize);
     const Cursor bits = record.Part(bitsAt, bitsSize);
     if (!h) return {};
+    if ((h->compression == 0 || h->compression == 3) && h->depth <= 32 && h->Stride() * h->Rows() > bits.Size()) throw Short{};
     if (h->compression == 4 || h->compression == 5)  // JPEG or PNG inside
         return QImage::fromData(QByteArray(bits.Here(), static_cast<qsizetype>(bits.Size())));
     if (h->depth == 32 && h->compression == 0) {
-        const std::size_t row = static_cast<std::size_t>(h->width) * 4;
-        if (h->Rows() * row > bits.Size()) return {};
+        const std::size_t row = h->Stride();
         QImage image(h->width, static_cast<int>(h->Rows()), QImage::Format_ARGB32);
         for (std::size_t y = 0; y < h->Rows(); ++y) std::memcpy(image.scanLine(h->Row(y)), bits.Here() + y * row, row);
         return image;
@@ -163,8 +166,8 @@ QImage ReadMask(const Cursor& record, uint32_t headerAt, uint32_t headerSize, ui
     const std::optional<DibHeader> h = ReadDibHeader(record, headerAt, headerSize);
     const Cursor bits = record.Part(bitsAt, bitsSize);
     if (!h || h->depth != 1) return {};
-    const std::size_t stride = (static_cast<std::size_t>(h->width) + 31) / 32 * 4;
-    if (h->Rows() * stride > bits.Size()) return {};
+    const std::size_t stride = h->Stride();
+    if (h->Rows() * stride > bits.Size()) throw Short{};
     QImage mask(h->width, static_cast<int>(h->Rows()), QImage::Format_Mono);
     for (std::size_t y = 0; y < h->Rows(); ++y)
         std::memcpy(mask.scanLine(h->Row(y)), bits.Here() + y * stride,

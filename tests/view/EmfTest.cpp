@@ -244,12 +244,19 @@ TEST_F(EmfTest, BitmapsKeepTheirRowsAndTheirTransparentColour) {
 }
 
 TEST_F(EmfTest, OldStyleRecordsThatLieAreRefusedWithTheirPlace) {
-    EmfPlusFile file = EmfPlusFile::OldStyle();
-    const std::size_t at = file.Next();
-    file.Old(3, {0, 0, 10, 10, 1000, 1, 1});  // a polygon of a thousand points, with one
-    std::string output;
-    EXPECT_EQ(Render(file, &output), 1);
-    EXPECT_NE(output.find("a record whose contents run past its end at byte " + std::to_string(at)), std::string::npos) << output;
+    const auto refused = [&](std::initializer_list<uint32_t> params, uint32_t type) {
+        EmfPlusFile file = EmfPlusFile::OldStyle();
+        const std::size_t at = file.Next();
+        file.Old(type, params);
+        std::string output;
+        EXPECT_EQ(Render(file, &output), 1);
+        EXPECT_NE(output.find("a record whose contents run past its end at byte " + std::to_string(at)), std::string::npos) << output;
+    };
+    refused({0, 0, 10, 10, 1000, 1, 1}, 3);  // a polygon of a thousand points, with one
+    // StretchDIBits of a 100 x 100 bitmap with the bytes of one pixel.
+    refused({0, 0, 0, 0, 0, 0, 0, 0, 100, 100, 80, 40, 120, 4, 0, 0x00CC0020, 100, 100,
+             40, 100, 100, 1 | (24 << 16), 0, 0, 0, 0, 0, 0, 0x00FF0000},
+            81);
 }
 
 }  // namespace
