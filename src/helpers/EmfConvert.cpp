@@ -12,6 +12,7 @@
 
 #include "EmfPlayer.h"
 #include "EmfPlusPlayer.h"
+#include "MetafileCursor.h"
 #include "PictureProtocol.h"
 
 namespace {
@@ -20,11 +21,7 @@ constexpr uint32_t kHeaderRecord = 1;
 constexpr uint32_t kSignature = 0x464D4520;  // " EMF"
 constexpr std::size_t kMinimumHeader = 88;
 
-int32_t Int32At(const std::vector<char>& bytes, std::size_t at) {
-    uint32_t value = 0;
-    for (std::size_t i = 0; i < 4; ++i) value |= static_cast<uint32_t>(static_cast<unsigned char>(bytes[at + i])) << (8 * i);
-    return static_cast<int32_t>(value);
-}
+int32_t Int32At(const std::vector<char>& bytes, std::size_t at) { return static_cast<int32_t>(kvo::U32At(bytes, at)); }
 
 // From one header field to another, in doubles: the difference of two
 // 32-bit fields need not fit in 32 bits.

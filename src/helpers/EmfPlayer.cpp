@@ -2,7 +2,6 @@
 // recording into a QPicture, with GDI's device context as its state.
 #include "EmfPlayer.h"
 
-#include <QtCore/QBuffer>
 #include <QtGui/QFontMetricsF>
 #include <QtGui/QImage>
 #include <QtGui/QLinearGradient>
@@ -31,7 +30,7 @@ namespace {
 enum Record : uint32_t {
     kPolyBezier = 2, kPolygon = 3, kPolyline = 4, kPolyBezierTo = 5, kPolylineTo = 6, kPolyPolyline = 7,
     kPolyPolygon = 8, kSetWindowExt = 9, kSetWindowOrg = 10, kSetViewportExt = 11, kSetViewportOrg = 12,
-    kSetBrushOrg = 13, kEndOfFile = 14, kSetPixel = 15, kSetMapMode = 17, kSetBkMode = 18, kSetPolyFillMode = 19,
+    kEndOfFile = 14, kSetPixel = 15, kSetMapMode = 17, kSetBkMode = 18, kSetPolyFillMode = 19,
     kSetTextAlign = 22, kSetTextColour = 24, kSetBkColour = 25, kOffsetClip = 26, kMoveTo = 27,
     kExcludeClipRect = 29, kIntersectClipRect = 30, kScaleViewportExt = 31, kScaleWindowExt = 32, kSaveDC = 33,
     kRestoreDC = 34, kSetWorldTransform = 35, kModifyWorldTransform = 36, kSelectObject = 37, kCreatePen = 38,
@@ -210,12 +209,6 @@ struct State {
     QPointF position;
     std::optional<QPainterPath> clip;  // in recorded pixels; none: the whole picture
 };
-
-uint32_t U32At(const std::vector<char>& bytes, std::size_t at) {
-    uint32_t v = 0;
-    for (std::size_t i = 0; i < 4; ++i) v |= static_cast<uint32_t>(static_cast<unsigned char>(bytes[at + i])) << (8 * i);
-    return v;
-}
 
 }  // namespace
 

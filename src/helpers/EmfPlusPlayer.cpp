@@ -502,12 +502,6 @@ bool IsOldStyleDrawing(uint32_t type) {
            type == 118;
 }
 
-uint32_t U32At(const std::vector<char>& bytes, std::size_t at) {
-    uint32_t v = 0;
-    for (std::size_t i = 0; i < 4; ++i) v |= static_cast<uint32_t>(static_cast<unsigned char>(bytes[at + i])) << (8 * i);
-    return v;
-}
-
 bool IsEmfPlusComment(const std::vector<char>& bytes, std::size_t at, uint32_t size) {
     return U32At(bytes, at) == kCommentRecord && size >= 16 && U32At(bytes, at + 12) == kEmfPlusSignature;
 }

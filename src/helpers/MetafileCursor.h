@@ -4,14 +4,24 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 namespace kvo {
+
+// A little-endian 32-bit field of a file's bytes, which the caller has checked are there.
+inline uint32_t U32At(const std::vector<char>& bytes, std::size_t at) {
+    uint32_t v = 0;
+    for (std::size_t i = 0; i < 4; ++i) v |= static_cast<uint32_t>(static_cast<unsigned char>(bytes[at + i])) << (8 * i);
+    return v;
+}
 
 // A record that runs short of what it says it holds.
 struct Short {};
 // A record that names an object slot that cannot exist.
 struct BadObject {};
 
+// Reads the little-endian fields of one record in turn, or of a part of it;
+// a read past its end throws Short.
 class Cursor {
 public:
     Cursor(const char* data, std::size_t size) : data_(data), size_(size) {}
