@@ -171,7 +171,7 @@ TEST_F(EmfTest, RecordsThatLieAreRefusedWithTheirPlace) {
             "an EMF+ record whose contents run past its end");
 }
 
-constexpr uint32_t kColourRefRed = 0x0000FF, kColourRefBlue = 0xFF0000;
+constexpr uint32_t kColourRefRed = 0x0000FF;
 
 // Two logical units to a pixel of the frame, as the file's window and viewport say.
 EmfPlusFile HalfScale() {
