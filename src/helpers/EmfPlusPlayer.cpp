@@ -510,9 +510,8 @@ class Player {
 public:
     Player(QPainter& painter, const QRectF& frame, double pixel, int recordedWidth, int recordedHeight)
         : painter_(painter),
-          // Half a device pixel up and left: where the renderings of EMF+
-          // files we compare with put their edges (GDI+ centres its pixels on
-          // whole coordinates).
+          // Half a device pixel up and left, where the renderings of EMF+
+          // files we compare with put their edges.
           device_(QTransform::fromTranslate(-frame.x() - 0.5, -frame.y() - 0.5) *
                   QTransform::fromScale(recordedWidth / frame.width(), recordedHeight / frame.height())),
           everywhere_(0, 0, recordedWidth, recordedHeight),
