@@ -14,10 +14,9 @@
 
 namespace kvo {
 
-const std::string& TextValue(const std::string& value, std::string_view key) {
+std::string_view TextValue(std::string_view value, std::string_view key) {
     // A lone carriage return reads back as it was: only a line feed ends a line.
-    const auto lineBreak = value.find('\n');
-    if (lineBreak != std::string::npos)
+    if (value.find('\n') != std::string_view::npos)
         throw Error(ErrorNumber::LineBreakInText, LoadResString(Str::SlideShowSaveTitle),
                     FormatResString(Str::SaveLineBreak, {std::string(key), value.substr(0, value.find_first_of("\r\n"))}));
     return value;

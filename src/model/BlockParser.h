@@ -13,7 +13,7 @@ namespace kvo {
 
 // The value of a key line as written: raw, so one holding a line feed cannot
 // be written at all (error 1007 names the key and the value's first line).
-const std::string& TextValue(const std::string& value, std::string_view key);
+std::string_view TextValue(std::string_view value, std::string_view key);
 
 // The keys of one kind of block, found in one probe: a multiplier chosen
 // while compiling puts every key in a slot of its own, then one comparison

@@ -89,8 +89,12 @@ void Value::SaveToFile(std::string& out) const {
     AppendLine(out, "\t\t\t\tSYMBOL=", symbol_);
     AppendLine(out, "\t\t\t\tROW=", row_);
     AppendLine(out, "\t\t\t\tCOLUMN=", column_);
-    AppendLine(out, "\t\t\t\tPERCENTAGE=", FormatDouble(fraction_));
-    AppendLine(out, "\t\t\t\tVALUE=", TextValue(currentValue_.Encode(), "VALUE"));
+    AppendLine(out, "\t\t\t\tPERCENTAGE=", fraction_);
+    out += "\t\t\t\tVALUE=";
+    const std::size_t valueAt = out.size();
+    currentValue_.Encode(out);
+    TextValue(std::string_view(out).substr(valueAt), "VALUE");
+    out += "\r\n";
     AppendLine(out, "\t\t\t\tFORMAT=", decimals_);
     AppendLine(out, "\t\t\t\tTOLERANCE=", tolerance_);
     AppendLine(out, "\t\t\t\tISLIMIT=", isLimit_);

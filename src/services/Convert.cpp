@@ -168,12 +168,42 @@ T RoundChecked(double value, const Target& target, std::string_view shown) {
     return static_cast<T>(rounded);
 }
 
+void AppendGeneral(std::string& out, char* first, char* last) {
+    if (last - first == 2 && first[0] == '-' && first[1] == '0') ++first;
+    std::replace(first, last, 'e', 'E');
+    out.append(first, last);
+}
+
 std::string FormatGeneral(char* first, char* last) {
-    std::string text(first, last);
-    const auto e = text.find('e');
-    if (e != std::string::npos) text[e] = 'E';
-    if (text == "-0") text = "0";
+    std::string text;
+    AppendGeneral(text, first, last);
     return text;
+}
+
+// Most doubles of a file are short decimals (0.8, 0.0125): when a whole number
+// of millionths reads back as the value exactly, those digits are the value
+// rounded to 15 significant ones, written without the general conversion.
+bool AppendMillionths(std::string& out, double value) {
+    const double size = std::fabs(value);
+    if (size < 1e-4 || size >= 1e9) return false;
+    const double millionths = std::nearbyint(value * 1e6);
+    if (millionths / 1e6 != value) return false;
+    auto whole = static_cast<int64_t>(millionths);
+    if (whole < 0) {
+        out += '-';
+        whole = -whole;
+    }
+    char digits[24];
+    char* end = std::to_chars(digits, digits + sizeof digits, whole / 1000000).ptr;
+    if (int64_t fraction = whole % 1000000; fraction != 0) {
+        *end++ = '.';
+        for (int64_t unit = 100000; fraction != 0; unit /= 10) {
+            *end++ = static_cast<char>('0' + fraction / unit);
+            fraction %= unit;
+        }
+    }
+    out.append(digits, end);
+    return true;
 }
 
 }  // namespace
@@ -230,12 +260,22 @@ int16_t RoundToInteger(double value) { return RoundChecked<int16_t>(value, kInte
 
 int32_t RoundToLong(double value) { return RoundChecked<int32_t>(value, kLong, FormatDouble(value)); }
 
+void AppendDouble(std::string& out, double value) {
+    if (std::isinf(value)) {
+        out += value > 0 ? "1.#INF" : "-1.#INF";
+    } else if (std::isnan(value)) {
+        out += std::signbit(value) ? "-1.#IND" : "1.#QNAN";
+    } else if (!AppendMillionths(out, value)) {
+        std::array<char, 40> buffer;
+        const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::general, 15);
+        AppendGeneral(out, buffer.data(), result.ptr);
+    }
+}
+
 std::string FormatDouble(double value) {
-    if (std::isinf(value)) return value > 0 ? "1.#INF" : "-1.#INF";
-    if (std::isnan(value)) return std::signbit(value) ? "-1.#IND" : "1.#QNAN";
-    std::array<char, 40> buffer{};
-    const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::general, 15);
-    return FormatGeneral(buffer.data(), result.ptr);
+    std::string text;
+    AppendDouble(text, value);
+    return text;
 }
 
 std::string FormatSingle(float value) {
