@@ -120,24 +120,16 @@ public:
     const std::string& FileName() const { return fileName_; }
 
 private:
-    // A physical line without its line end, where its first "=" is, and
-    // whether it holds a tab.
-    struct Line {
-        char* first;
-        char* last;
-        char* equals;
-        bool tabs;
-    };
-    bool NextLine(Line& line);
     // Moves the unread bytes to the front and reads more behind them, or
     // finds the end of the file.
     void Fill();
-    // Ends the bytes read with the line feed and padding the scan relies on.
+    // Ends the bytes read with a line feed of their own, one byte behind them:
+    // the scans need no bounds check.
     void Seal();
     void ReadFailed() const;
     // Copies the properties that still lie in the buffer before its bytes go.
     void KeepProperties();
-    void SetKeyValue(const Line& line);
+    void SetKeyValue(char* first, char* equals, char* last);
     bool BlockIn(char* first, char* last);
 
     bool open_ = false;
