@@ -158,19 +158,27 @@ T DataFile::Read(const char* source) {
     } else {
         ReadBytes(reinterpret_cast<char*>(bytes.data()), bytes.size(), source);
     }
-    U value = 0;
-    for (std::size_t i = sizeof(U); i-- > 0;) value = static_cast<U>((value << 8) | bytes[i]);
-    return std::bit_cast<T>(value);
+    if constexpr (std::endian::native == std::endian::little) {
+        return std::bit_cast<T>(bytes);
+    } else {
+        U value = 0;
+        for (std::size_t i = sizeof(U); i-- > 0;) value = static_cast<U>((value << 8) | bytes[i]);
+        return std::bit_cast<T>(value);
+    }
 }
 
 template <typename T>
 void DataFile::Write(T value, const char* source) {
     using U = typename Bits<T>::type;
-    auto bits = std::bit_cast<U>(value);
     std::array<char, sizeof(U)> bytes{};
-    for (auto& byte : bytes) {
-        byte = static_cast<char>(bits & 0xFF);
-        bits = static_cast<U>(bits >> 8);
+    if constexpr (std::endian::native == std::endian::little) {
+        bytes = std::bit_cast<std::array<char, sizeof(U)>>(value);
+    } else {
+        auto bits = std::bit_cast<U>(value);
+        for (auto& byte : bytes) {
+            byte = static_cast<char>(bits & 0xFF);
+            bits = static_cast<U>(bits >> 8);
+        }
     }
     WriteBytes(bytes.data(), bytes.size(), source);
 }
