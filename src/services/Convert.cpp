@@ -130,27 +130,40 @@ double ParseDecimal(std::string_view text, const Target& target, std::string_vie
     return value;
 }
 
-// Parses a number; whole is set when it came from "&H" / "&O" so callers can
-// reinterpret the bit pattern.
-// Plain whole numbers of up to nine digits are most of what a slide show
-// holds; they need neither the special forms nor a copy for from_chars.
-bool ParseSmallWhole(std::string_view text, double& value) {
+// Plain decimals of up to fifteen digits are most of what a slide show holds
+// ("80", "-3", "0.8"): their digits make a whole number that a double holds
+// exactly, and one division by an exact power of ten rounds it as reading the
+// text would. They need neither the special forms nor a copy for from_chars.
+bool ParseShortDecimal(std::string_view text, double& value) {
+    static constexpr double kTens[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
     const bool negative = !text.empty() && text.front() == '-';
     if (negative) text.remove_prefix(1);
-    if (text.empty() || text.size() > 9) return false;
-    int32_t whole = 0;
+    int64_t whole = 0;
+    int digits = 0;
+    int decimals = -1;  // none until the point
     for (char c : text) {
-        if (!IsDigit(c)) return false;
-        whole = whole * 10 + (c - '0');
+        if (IsDigit(c)) {
+            if (++digits > 15) return false;
+            whole = whole * 10 + (c - '0');
+            if (decimals >= 0) ++decimals;
+        } else if (c == '.' && decimals < 0) {
+            decimals = 0;
+        } else {
+            return false;
+        }
     }
-    value = negative ? -static_cast<double>(whole) : static_cast<double>(whole);
+    if (digits == 0) return false;
+    const double magnitude = decimals > 0 ? static_cast<double>(whole) / kTens[decimals] : static_cast<double>(whole);
+    value = negative ? -magnitude : magnitude;
     return true;
 }
 
+// Parses a number; whole is set when it came from "&H" / "&O" so callers can
+// reinterpret the bit pattern.
 double ParseNumber(std::string_view original, const Target& target, bool& fromRadix, uint32_t& radixBits) {
     const std::string_view text = Trim(original);
     fromRadix = false;
-    if (double whole = 0; ParseSmallWhole(text, whole)) return whole;
+    if (double plain = 0; ParseShortDecimal(text, plain)) return plain;
     fromRadix = ParseRadix(text, radixBits);
     if (fromRadix) return static_cast<double>(radixBits);
     for (const auto& special : kSpecialValues)

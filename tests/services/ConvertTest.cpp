@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -104,6 +105,23 @@ TEST(Convert, LongsDoublesAndSingles) {
     EXPECT_EQ(RoundToLong(2.5), 2);
     EXPECT_EQ(RoundToLong(-3.5), -4);
     EXPECT_EQ(RoundToInteger(32767.4), 32767);
+}
+
+// Short decimals take a quicker way than the others: both must read what the
+// C library reads, up to the longest the quick way takes and just past it.
+TEST(Convert, DecimalsOfEveryLengthReadAsTheCLibraryReadsThem) {
+    std::mt19937_64 random(23);
+    for (int i = 0; i < 20000; ++i) {
+        std::string digits(1 + random() % 17, '0');
+        for (char& digit : digits) digit = static_cast<char>('0' + random() % 10);
+        std::string text = (random() % 2 ? "-" : "") + digits;
+        text.insert(text.size() - random() % (digits.size() + 1), ".");
+        double expected = 0;
+        std::from_chars(text.data() + (text[0] == '-'), text.data() + text.size(), expected);
+        if (text[0] == '-') expected = -expected;
+        if (text == "." || text == "-.") continue;
+        EXPECT_EQ(std::bit_cast<uint64_t>(ToDouble(text)), std::bit_cast<uint64_t>(expected)) << text;
+    }
 }
 
 TEST(Convert, BooleansFromWordsInAnyCaseOrFromNumbers) {
