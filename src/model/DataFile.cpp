@@ -82,7 +82,13 @@ void DataFile::MeasureSize() {
     size_ = (here < 0 || end < here) ? 0 : static_cast<uint64_t>(end - here);
 }
 
+void DataFile::FlushPending() {
+    outBytes_->append(pending_.data(), pendingSize_);
+    pendingSize_ = 0;
+}
+
 void DataFile::Close() {
+    if (outBytes_ != nullptr) FlushPending();
     if (file_.is_open()) file_.close();
     file_.clear();
     in_ = nullptr;
@@ -138,7 +144,13 @@ void DataFile::Seek(uint64_t position) {
 
 void DataFile::WriteBytes(const char* data, std::size_t count, const char* source) {
     if (outBytes_ != nullptr) {
-        outBytes_->append(data, count);
+        if (count > pending_.size() - pendingSize_) FlushPending();
+        if (count > pending_.size()) {
+            outBytes_->append(data, count);
+        } else {
+            std::memcpy(pending_.data() + pendingSize_, data, count);
+            pendingSize_ += count;
+        }
         return;
     }
     if (out_ == nullptr) throw Error(ErrorNumber::InvalidCall, source, "\"" + fileName_ + "\" is not open for writing");
@@ -172,6 +184,11 @@ void DataFile::Write(T value, const char* source) {
     using U = typename Bits<T>::type;
     std::array<char, sizeof(U)> bytes{};
     if constexpr (std::endian::native == std::endian::little) {
+        if (outBytes_ != nullptr && pending_.size() - pendingSize_ >= sizeof(U)) {
+            std::memcpy(pending_.data() + pendingSize_, &value, sizeof(U));
+            pendingSize_ += sizeof(U);
+            return;
+        }
         bytes = std::bit_cast<std::array<char, sizeof(U)>>(value);
     } else {
         auto bits = std::bit_cast<U>(value);
