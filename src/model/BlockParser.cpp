@@ -161,7 +161,14 @@ int16_t BlockParser::GetToken() {
         char* first = buffer_.get() + begin_;
         while (IsSpace(*first)) ++first;
         char* at = first;
-        while (*at != '\n' && *at != '=') ++at;
+        // Whether every byte before the "=" has the 0x40 bit and lacks the 0x20
+        // bit: then none is a lower-case letter, a blank or a tab, and a key
+        // needs no folding.
+        unsigned char all = 0xFF, any = 0;
+        for (; *at != '\n' && *at != '='; ++at) {
+            all &= static_cast<unsigned char>(*at);
+            any |= static_cast<unsigned char>(*at);
+        }
         char* const equals = *at == '=' ? at : nullptr;
         if (equals != nullptr) {
             for (++at; *at != '\n'; ++at)
@@ -184,7 +191,8 @@ int16_t BlockParser::GetToken() {
         while (last > first && IsSpace(last[-1])) --last;
         if (first == last || *first == ';') continue;
         if (equals != nullptr) {
-            SetKeyValue(first, equals, last);
+            const bool upper = (all & 0x40) != 0 && (any & 0x20) == 0;
+            SetKeyValue(first, equals, last, upper);
             return TokenKeyValue;
         }
         if (ParseEnd(View(first, last))) return TokenEndBlock;
@@ -194,10 +202,12 @@ int16_t BlockParser::GetToken() {
 }
 
 // The value's tabs are spaces already.
-void BlockParser::SetKeyValue(char* first, char* equals, char* last) {
+void BlockParser::SetKeyValue(char* first, char* equals, char* last, bool folded) {
     char* keyLast = equals;
-    while (keyLast > first && IsSpace(keyLast[-1])) --keyLast;
-    for (char* c = first; c < keyLast; ++c) *c = kKeyFold[static_cast<unsigned char>(*c)];
+    if (!folded) {
+        while (keyLast > first && IsSpace(keyLast[-1])) --keyLast;
+        for (char* c = first; c < keyLast; ++c) *c = kKeyFold[static_cast<unsigned char>(*c)];
+    }
     key_ = View(first, keyLast);
     value_ = View(SkipSpaces(equals + 1, last), last);
 }
@@ -225,7 +235,7 @@ bool BlockParser::ParseKeyValue(std::string_view line) {
     char* first = keyValueLine_.data();
     char* last = first + line.size();
     TabsToSpaces(first + equals + 1, last);
-    SetKeyValue(first, first + equals, last);
+    SetKeyValue(first, first + equals, last, false);
     return true;
 }
 

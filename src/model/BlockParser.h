@@ -37,8 +37,12 @@ public:
         if (key.empty()) return -1;
         const int index = slots_[Slot(key, seed_)];
         if (index < 0) return -1;
+        // Byte by byte first, inline: keys are short and mostly written in upper case.
         const std::string_view known = keys_[static_cast<std::size_t>(index)];
-        return key == known || EqualsNoCase(key, known) ? index : -1;
+        if (key.size() != known.size()) return -1;
+        for (std::size_t i = 0; i < key.size(); ++i)
+            if (key[i] != known[i]) return EqualsNoCase(key, known) ? index : -1;
+        return index;
     }
 
     // For case labels: the position of a key of the list.
@@ -129,7 +133,8 @@ private:
     void ReadFailed() const;
     // Copies the properties that still lie in the buffer before its bytes go.
     void KeepProperties();
-    void SetKeyValue(char* first, char* equals, char* last);
+    // folded: the key is in upper case without blanks already.
+    void SetKeyValue(char* first, char* equals, char* last, bool folded);
     bool BlockIn(char* first, char* last);
 
     bool open_ = false;
