@@ -161,8 +161,17 @@ void DataFile::WriteBytes(const char* data, std::size_t count, const char* sourc
 template <typename T>
 T DataFile::Read(const char* source) {
     using U = typename Bits<T>::type;
-    std::array<unsigned char, sizeof(U)> bytes;
     // Straight out of the buffer where it holds the item whole.
+    if constexpr (std::endian::native == std::endian::little) {
+        if (bufferEnd_ - bufferAt_ >= sizeof(T)) {
+            T value;
+            std::memcpy(&value, readBuffer_.get() + bufferAt_, sizeof(T));
+            bufferAt_ += sizeof(T);
+            readPosition_ += sizeof(T);
+            return value;
+        }
+    }
+    std::array<unsigned char, sizeof(U)> bytes;
     if (bufferEnd_ - bufferAt_ >= sizeof(U)) {
         std::memcpy(bytes.data(), readBuffer_.get() + bufferAt_, sizeof(U));
         bufferAt_ += sizeof(U);
