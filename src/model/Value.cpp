@@ -38,19 +38,7 @@ void KeepOneItem(std::vector<std::string>& list) {
 
 }  // namespace
 
-void Value::Initialize() {
-    type_ = "DA";
-    row_ = 2;
-    column_ = kDeviationColumn;
-    symbol_ = 1;
-    tolerance_ = ToleranceState::NotEvaluated;
-    currentValue_ = Variant();
-    fraction_ = 0.8;
-    decimals_ = 3;
-    isLimit_ = false;
-    run_.Reset();
-    gotTols_ = false;
-}
+void Value::Initialize() { *this = Value(); }
 
 void Value::Terminate() {
     if (run_.Get().logList.size() > 1) KeepOneItem(run_.Set().logList);
