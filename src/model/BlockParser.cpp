@@ -1,7 +1,7 @@
 #include "BlockParser.h"
 
 #include <algorithm>
-#include <bit>
+#include <array>
 #include <cstring>
 #include <filesystem>
 #include <functional>
@@ -14,10 +14,9 @@
 
 namespace kvo {
 
-const std::string& TextValue(const std::string& value, std::string_view key) {
+std::string_view TextValue(std::string_view value, std::string_view key) {
     // A lone carriage return reads back as it was: only a line feed ends a line.
-    const auto lineBreak = value.find('\n');
-    if (lineBreak != std::string::npos)
+    if (value.find('\n') != std::string_view::npos)
         throw Error(ErrorNumber::LineBreakInText, LoadResString(Str::SlideShowSaveTitle),
                     FormatResString(Str::SaveLineBreak, {std::string(key), value.substr(0, value.find_first_of("\r\n"))}));
     return value;
@@ -41,34 +40,18 @@ char* SkipWord(char* first, char* last) {
     return first;
 }
 
-// The bytes a line scan stops at: line feed, "=" and tab. The buffer ends in
-// a line feed of its own and kPadding bytes behind it, so the scan reads eight
-// bytes at a time without a bounds check.
-constexpr std::size_t kPadding = 16;
-
-char* FindStop(char* at) {
-    if constexpr (std::endian::native == std::endian::little) {
-        constexpr uint64_t kOnes = 0x0101010101010101u;
-        constexpr uint64_t kHighs = 0x8080808080808080u;
-        // The lowest byte flagged is exact: a false flag only follows a true one.
-        const auto zeroBytes = [](uint64_t v) { return (v - kOnes) & ~v & kHighs; };
-        for (;; at += 8) {
-            uint64_t word = 0;
-            std::memcpy(&word, at, sizeof word);
-            const uint64_t stops = zeroBytes(word ^ (kOnes * '\n')) | zeroBytes(word ^ (kOnes * '=')) | zeroBytes(word ^ (kOnes * '\t'));
-            if (stops != 0) return at + std::countr_zero(stops) / 8;
-        }
-    } else {
-        while (*at != '\n' && *at != '=' && *at != '\t') ++at;
-        return at;
-    }
-}
-
 std::string_view View(const char* first, const char* last) { return {first, static_cast<std::size_t>(last - first)}; }
 
 void TabsToSpaces(char* first, char* last) {
     while ((first = static_cast<char*>(std::memchr(first, '\t', static_cast<std::size_t>(last - first)))) != nullptr) *first++ = ' ';
 }
+
+// What a key's byte becomes: upper case, and a tab a space.
+constexpr auto kKeyFold = [] {
+    std::array<char, 256> fold{};
+    for (int c = 0; c < 256; ++c) fold[static_cast<std::size_t>(c)] = c == '\t' ? ' ' : ToUpperAscii(static_cast<char>(c));
+    return fold;
+}();
 
 void KeepView(std::string_view& view, std::string& store, const char* bufferFirst, const char* bufferLast) {
     if (std::less_equal<>()(bufferFirst, view.data()) && std::less<>()(view.data(), bufferLast)) {
@@ -94,7 +77,7 @@ void BlockParser::OpenFile(const std::string& fileName, bool modeFlag) {
                     FormatResString(missing ? Str::FileMissing : Str::FileUnreadable, {fileName}));
     }
     capacity_ = kPieceSize;
-    buffer_ = std::make_unique_for_overwrite<char[]>(capacity_ + kPadding);
+    buffer_ = std::make_unique_for_overwrite<char[]>(capacity_ + 1);
     begin_ = end_ = 0;
     Seal();
     fileDone_ = false;
@@ -106,7 +89,7 @@ void BlockParser::OpenText(std::string_view text, std::string name) {
     CloseFile();
     fileName_ = std::move(name);
     capacity_ = text.size();
-    buffer_ = std::make_unique_for_overwrite<char[]>(capacity_ + kPadding);
+    buffer_ = std::make_unique_for_overwrite<char[]>(capacity_ + 1);
     std::memcpy(buffer_.get(), text.data(), text.size());
     begin_ = 0;
     end_ = text.size();
@@ -138,7 +121,6 @@ void BlockParser::KeepProperties() {
 
 void BlockParser::Seal() {
     buffer_[end_] = '\n';
-    std::memset(buffer_.get() + end_ + 1, 0, kPadding - 1);
 }
 
 void BlockParser::ReadFailed() const {
@@ -150,7 +132,7 @@ void BlockParser::Fill() {
     const std::size_t unread = end_ - begin_;
     if (unread == capacity_) {
         // One line longer than the buffer: a larger one.
-        auto larger = std::make_unique_for_overwrite<char[]>(capacity_ * 2 + kPadding);
+        auto larger = std::make_unique_for_overwrite<char[]>(capacity_ * 2 + 1);
         std::memcpy(larger.get(), buffer_.get() + begin_, unread);
         buffer_ = std::move(larger);
         capacity_ *= 2;
@@ -170,64 +152,64 @@ void BlockParser::Fill() {
     }
 }
 
-bool BlockParser::NextLine(Line& line) {
+// One pass over each line: the key's bytes are looked at again only to fold
+// them, and the value's tabs become spaces as the line end is sought.
+int16_t BlockParser::GetToken() {
+    if (!open_ || buffer_ == nullptr) return TokenEndFile;
     for (;;) {
         char* const end = buffer_.get() + end_;
-        // The indent first: the scan after it meets a tab only inside a line.
-        char* at = buffer_.get() + begin_;
-        while (IsSpace(*at)) ++at;
-        line.first = at;
-        line.equals = nullptr;
-        line.tabs = false;
-        for (;; ++at) {
-            at = FindStop(at);
-            if (*at == '\n') break;
-            if (*at == '\t') line.tabs = true;
-            else if (line.equals == nullptr) line.equals = at;
+        char* first = buffer_.get() + begin_;
+        while (IsSpace(*first)) ++first;
+        char* at = first;
+        // Whether every byte before the "=" has the 0x40 bit and lacks the 0x20
+        // bit: then none is a lower-case letter, a blank or a tab, and a key
+        // needs no folding.
+        unsigned char all = 0xFF, any = 0;
+        for (; *at != '\n' && *at != '='; ++at) {
+            all &= static_cast<unsigned char>(*at);
+            any |= static_cast<unsigned char>(*at);
         }
-        line.last = at;
-        if (at < end) {
-            begin_ = static_cast<std::size_t>(at - buffer_.get()) + 1;
-            break;
+        char* const equals = *at == '=' ? at : nullptr;
+        if (equals != nullptr) {
+            for (++at; *at != '\n'; ++at)
+                if (*at == '\t') *at = ' ';
         }
-        if (fileDone_) {
-            if (begin_ == end_) return false;
+        if (at == end) {
+            if (!fileDone_) {
+                // The line runs on beyond what has been read: read on and look again.
+                Fill();
+                continue;
+            }
+            if (begin_ == end_) return TokenEndFile;
             begin_ = end_;  // the last line, without a line end
-            break;
+        } else {
+            begin_ = static_cast<std::size_t>(at - buffer_.get()) + 1;
         }
-        // The line runs on beyond what has been read: read on and look again.
-        Fill();
+        ++currentLine_;
+        char* last = at;
+        if (last > first && last[-1] == '\r') --last;
+        while (last > first && IsSpace(last[-1])) --last;
+        if (first == last || *first == ';') continue;
+        if (equals != nullptr) {
+            const bool upper = (all & 0x40) != 0 && (any & 0x20) == 0;
+            SetKeyValue(first, equals, last, upper);
+            return TokenKeyValue;
+        }
+        if (ParseEnd(View(first, last))) return TokenEndBlock;
+        if (BlockIn(first, last)) return TokenStartBlock;
+        throw Error(ErrorNumber::Parser, "BlockParse.GetToken", FormatResString(Str::ParserUnknownLine, {currentLine_}));
     }
-    if (line.last > line.first && line.last[-1] == '\r') --line.last;
-    ++currentLine_;
-    return true;
 }
 
-int16_t BlockParser::GetToken() {
-    Line line{};
-    for (;;) {
-        if (!open_ || buffer_ == nullptr || !NextLine(line)) return TokenEndFile;
-        while (line.last > line.first && IsSpace(line.last[-1])) --line.last;
-        if (line.first != line.last && *line.first != ';') break;
+// The value's tabs are spaces already.
+void BlockParser::SetKeyValue(char* first, char* equals, char* last, bool folded) {
+    char* keyLast = equals;
+    if (!folded) {
+        while (keyLast > first && IsSpace(keyLast[-1])) --keyLast;
+        for (char* c = first; c < keyLast; ++c) *c = kKeyFold[static_cast<unsigned char>(*c)];
     }
-    if (line.equals != nullptr) {
-        SetKeyValue(line);
-        return TokenKeyValue;
-    }
-    if (ParseEnd(View(line.first, line.last))) return TokenEndBlock;
-    if (BlockIn(line.first, line.last)) return TokenStartBlock;
-    throw Error(ErrorNumber::Parser, "BlockParse.GetToken", FormatResString(Str::ParserUnknownLine, {currentLine_}));
-}
-
-void BlockParser::SetKeyValue(const Line& line) {
-    char* keyLast = line.equals;
-    while (keyLast > line.first && IsSpace(keyLast[-1])) --keyLast;
-    for (char* c = line.first; c < keyLast; ++c) *c = ToUpperAscii(*c);
-    if (line.tabs) TabsToSpaces(line.first, keyLast);
-    char* valueFirst = SkipSpaces(line.equals + 1, line.last);
-    if (line.tabs) TabsToSpaces(valueFirst, line.last);
-    key_ = View(line.first, keyLast);
-    value_ = View(valueFirst, line.last);
+    key_ = View(first, keyLast);
+    value_ = View(SkipSpaces(equals + 1, last), last);
 }
 
 bool BlockParser::BlockIn(char* first, char* last) {
@@ -251,7 +233,9 @@ bool BlockParser::ParseKeyValue(std::string_view line) {
     if (equals == std::string_view::npos) return false;
     keyValueLine_.assign(line);
     char* first = keyValueLine_.data();
-    SetKeyValue({first, first + line.size(), first + equals, true});
+    char* last = first + line.size();
+    TabsToSpaces(first + equals + 1, last);
+    SetKeyValue(first, first + equals, last, false);
     return true;
 }
 

@@ -13,7 +13,7 @@ namespace kvo {
 
 // The value of a key line as written: raw, so one holding a line feed cannot
 // be written at all (error 1007 names the key and the value's first line).
-const std::string& TextValue(const std::string& value, std::string_view key);
+std::string_view TextValue(std::string_view value, std::string_view key);
 
 // The keys of one kind of block, found in one probe: a multiplier chosen
 // while compiling puts every key in a slot of its own, then one comparison
@@ -37,8 +37,12 @@ public:
         if (key.empty()) return -1;
         const int index = slots_[Slot(key, seed_)];
         if (index < 0) return -1;
+        // Byte by byte first, inline: keys are short and mostly written in upper case.
         const std::string_view known = keys_[static_cast<std::size_t>(index)];
-        return key == known || EqualsNoCase(key, known) ? index : -1;
+        if (key.size() != known.size()) return -1;
+        for (std::size_t i = 0; i < key.size(); ++i)
+            if (key[i] != known[i]) return EqualsNoCase(key, known) ? index : -1;
+        return index;
     }
 
     // For case labels: the position of a key of the list.
@@ -120,24 +124,17 @@ public:
     const std::string& FileName() const { return fileName_; }
 
 private:
-    // A physical line without its line end, where its first "=" is, and
-    // whether it holds a tab.
-    struct Line {
-        char* first;
-        char* last;
-        char* equals;
-        bool tabs;
-    };
-    bool NextLine(Line& line);
     // Moves the unread bytes to the front and reads more behind them, or
     // finds the end of the file.
     void Fill();
-    // Ends the bytes read with the line feed and padding the scan relies on.
+    // Ends the bytes read with a line feed of their own, one byte behind them:
+    // the scans need no bounds check.
     void Seal();
     void ReadFailed() const;
     // Copies the properties that still lie in the buffer before its bytes go.
     void KeepProperties();
-    void SetKeyValue(const Line& line);
+    // folded: the key is in upper case without blanks already.
+    void SetKeyValue(char* first, char* equals, char* last, bool folded);
     bool BlockIn(char* first, char* last);
 
     bool open_ = false;

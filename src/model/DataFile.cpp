@@ -82,7 +82,13 @@ void DataFile::MeasureSize() {
     size_ = (here < 0 || end < here) ? 0 : static_cast<uint64_t>(end - here);
 }
 
+void DataFile::FlushPending() {
+    outBytes_->append(pending_.data(), pendingSize_);
+    pendingSize_ = 0;
+}
+
 void DataFile::Close() {
+    if (outBytes_ != nullptr) FlushPending();
     if (file_.is_open()) file_.close();
     file_.clear();
     in_ = nullptr;
@@ -138,7 +144,13 @@ void DataFile::Seek(uint64_t position) {
 
 void DataFile::WriteBytes(const char* data, std::size_t count, const char* source) {
     if (outBytes_ != nullptr) {
-        outBytes_->append(data, count);
+        if (count > pending_.size() - pendingSize_) FlushPending();
+        if (count > pending_.size()) {
+            outBytes_->append(data, count);
+        } else {
+            std::memcpy(pending_.data() + pendingSize_, data, count);
+            pendingSize_ += count;
+        }
         return;
     }
     if (out_ == nullptr) throw Error(ErrorNumber::InvalidCall, source, "\"" + fileName_ + "\" is not open for writing");
@@ -149,8 +161,17 @@ void DataFile::WriteBytes(const char* data, std::size_t count, const char* sourc
 template <typename T>
 T DataFile::Read(const char* source) {
     using U = typename Bits<T>::type;
-    std::array<unsigned char, sizeof(U)> bytes;
     // Straight out of the buffer where it holds the item whole.
+    if constexpr (std::endian::native == std::endian::little) {
+        if (bufferEnd_ - bufferAt_ >= sizeof(T)) {
+            T value;
+            std::memcpy(&value, readBuffer_.get() + bufferAt_, sizeof(T));
+            bufferAt_ += sizeof(T);
+            readPosition_ += sizeof(T);
+            return value;
+        }
+    }
+    std::array<unsigned char, sizeof(U)> bytes;
     if (bufferEnd_ - bufferAt_ >= sizeof(U)) {
         std::memcpy(bytes.data(), readBuffer_.get() + bufferAt_, sizeof(U));
         bufferAt_ += sizeof(U);
@@ -158,19 +179,32 @@ T DataFile::Read(const char* source) {
     } else {
         ReadBytes(reinterpret_cast<char*>(bytes.data()), bytes.size(), source);
     }
-    U value = 0;
-    for (std::size_t i = sizeof(U); i-- > 0;) value = static_cast<U>((value << 8) | bytes[i]);
-    return std::bit_cast<T>(value);
+    if constexpr (std::endian::native == std::endian::little) {
+        return std::bit_cast<T>(bytes);
+    } else {
+        U value = 0;
+        for (std::size_t i = sizeof(U); i-- > 0;) value = static_cast<U>((value << 8) | bytes[i]);
+        return std::bit_cast<T>(value);
+    }
 }
 
 template <typename T>
 void DataFile::Write(T value, const char* source) {
     using U = typename Bits<T>::type;
-    auto bits = std::bit_cast<U>(value);
     std::array<char, sizeof(U)> bytes{};
-    for (auto& byte : bytes) {
-        byte = static_cast<char>(bits & 0xFF);
-        bits = static_cast<U>(bits >> 8);
+    if constexpr (std::endian::native == std::endian::little) {
+        if (outBytes_ != nullptr && pending_.size() - pendingSize_ >= sizeof(U)) {
+            std::memcpy(pending_.data() + pendingSize_, &value, sizeof(U));
+            pendingSize_ += sizeof(U);
+            return;
+        }
+        bytes = std::bit_cast<std::array<char, sizeof(U)>>(value);
+    } else {
+        auto bits = std::bit_cast<U>(value);
+        for (auto& byte : bytes) {
+            byte = static_cast<char>(bits & 0xFF);
+            bits = static_cast<U>(bits >> 8);
+        }
     }
     WriteBytes(bytes.data(), bytes.size(), source);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <fstream>
 #include <memory>
@@ -17,7 +18,8 @@ public:
     bool OpenRead(const std::string& fileName);
     // Opens for writing without emptying the file, creating it when missing.
     bool OpenWrite(const std::string& fileName);
-    // Appends to bytes owned by the caller, which the caller writes in one go.
+    // Appends to bytes owned by the caller, which the caller writes in one go;
+    // the last of them arrive when the file is closed.
     void AttachWriter(std::string& out, const std::string& fileName);
     // Reads from a stream owned by the caller (bytes kept in memory).
     void AttachReader(std::istream& in, const std::string& fileName);
@@ -63,6 +65,11 @@ private:
     std::istream* in_ = nullptr;
     std::ostream* out_ = nullptr;
     std::string* outBytes_ = nullptr;
+    // Items for outBytes_ gather here first: an append to it per item cost
+    // more than the rest of a binary save.
+    void FlushPending();
+    std::array<char, 4096> pending_;
+    std::size_t pendingSize_ = 0;
     uint64_t size_ = 0;          // of what is read, measured when it is opened
     uint64_t readPosition_ = 0;  // kept by hand: asking the stream costs more than the read
     // Reads come out of this buffer: a stream read per field cost more than the

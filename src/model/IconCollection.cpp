@@ -17,7 +17,8 @@ constexpr uint64_t kMinimalIconBytes = 20 + 8 + 2 + 2 + 2 + 8 + 2 + 2 + 4;
 
 IconCollection::IconCollection(const IconCollection& other) {
     icons_.reserve(other.icons_.size());
-    for (const auto& icon : other.icons_) icons_.push_back(std::make_unique<Icon>(*icon));
+    pool_.Reserve(other.icons_.size());
+    for (const auto& icon : other.icons_) icons_.push_back(pool_.Make(*icon));
 }
 
 bool IconCollection::operator==(const IconCollection& other) const {
@@ -25,19 +26,19 @@ bool IconCollection::operator==(const IconCollection& other) const {
                       [](const auto& a, const auto& b) { return *a == *b; });
 }
 
-Icon& IconCollection::Append(std::unique_ptr<Icon> icon) {
+Icon& IconCollection::Append(Pool<Icon>::Ptr icon) {
     icons_.push_back(std::move(icon));
     return *icons_.back();
 }
 
 Icon& IconCollection::Add() {
-    auto icon = std::make_unique<Icon>();
+    auto icon = pool_.Make();
     icon->Initialize();
     return Append(std::move(icon));
 }
 
 Icon& IconCollection::AddFromFile(BlockParser& parser) {
-    auto icon = std::make_unique<Icon>();
+    auto icon = pool_.Make();
     icon->Initialize();
     icon->LoadFromFile(parser);
     return Append(std::move(icon));
@@ -45,9 +46,11 @@ Icon& IconCollection::AddFromFile(BlockParser& parser) {
 
 void IconCollection::AddFromBinary(BinaryStream& stream, int32_t version) {
     const int32_t count = stream.GetLong();
-    icons_.reserve(icons_.size() + ReservedCount(count, stream.Remaining(), kMinimalIconBytes));
+    const std::size_t reserved = ReservedCount(count, stream.Remaining(), kMinimalIconBytes);
+    icons_.reserve(icons_.size() + reserved);
+    pool_.Reserve(reserved);
     for (int32_t i = 0; i < count; ++i) {
-        auto icon = std::make_unique<Icon>();
+        auto icon = pool_.Make();
         icon->Initialize();
         icon->LoadFromBinary(stream, version);
         Append(std::move(icon));

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Icon.h"
+#include "Pool.h"
 
 namespace kvo {
 
@@ -37,9 +38,10 @@ public:
     auto end() const { return icons_.end(); }
 
 private:
-    Icon& Append(std::unique_ptr<Icon> icon);
+    Icon& Append(Pool<Icon>::Ptr icon);
 
-    std::vector<std::unique_ptr<Icon>> icons_;
+    Pool<Icon> pool_;  // before the icons, which go back to it
+    std::vector<Pool<Icon>::Ptr> icons_;
 };
 
 }  // namespace kvo

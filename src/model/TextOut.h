@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "services/Convert.h"
+
 namespace kvo {
 
 // The writers of the text format append to one string, which is written to
@@ -19,6 +21,11 @@ inline void AppendLine(std::string& out, std::string_view start, int32_t value) 
     char digits[16];
     const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
     AppendLine(out, start, std::string_view(digits, static_cast<std::size_t>(end - digits)));
+}
+
+inline void AppendLine(std::string& out, std::string_view start, double value) {
+    AppendDouble(out.append(start), value);
+    out += "\r\n";
 }
 
 // Only a bool itself: a pointer would turn into one.

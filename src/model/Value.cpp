@@ -38,19 +38,7 @@ void KeepOneItem(std::vector<std::string>& list) {
 
 }  // namespace
 
-void Value::Initialize() {
-    type_ = "DA";
-    row_ = 2;
-    column_ = kDeviationColumn;
-    symbol_ = 1;
-    tolerance_ = ToleranceState::NotEvaluated;
-    currentValue_ = Variant();
-    fraction_ = 0.8;
-    decimals_ = 3;
-    isLimit_ = false;
-    run_.Reset();
-    gotTols_ = false;
-}
+void Value::Initialize() { *this = Value(); }
 
 void Value::Terminate() {
     if (run_.Get().logList.size() > 1) KeepOneItem(run_.Set().logList);
@@ -89,8 +77,12 @@ void Value::SaveToFile(std::string& out) const {
     AppendLine(out, "\t\t\t\tSYMBOL=", symbol_);
     AppendLine(out, "\t\t\t\tROW=", row_);
     AppendLine(out, "\t\t\t\tCOLUMN=", column_);
-    AppendLine(out, "\t\t\t\tPERCENTAGE=", FormatDouble(fraction_));
-    AppendLine(out, "\t\t\t\tVALUE=", TextValue(currentValue_.Encode(), "VALUE"));
+    AppendLine(out, "\t\t\t\tPERCENTAGE=", fraction_);
+    out += "\t\t\t\tVALUE=";
+    const std::size_t valueAt = out.size();
+    currentValue_.Encode(out);
+    TextValue(std::string_view(out).substr(valueAt), "VALUE");
+    out += "\r\n";
     AppendLine(out, "\t\t\t\tFORMAT=", decimals_);
     AppendLine(out, "\t\t\t\tTOLERANCE=", tolerance_);
     AppendLine(out, "\t\t\t\tISLIMIT=", isLimit_);

@@ -37,7 +37,6 @@ public:
         if (!part_) part_ = std::make_unique<Part>();
         return *part_;
     }
-    void Reset() { part_.reset(); }
 
 private:
     std::unique_ptr<Part> part_;
@@ -61,7 +60,7 @@ public:
     static constexpr int16_t kDeviationColumn = 4;
     static constexpr int16_t kMaxDecimals = 7;
 
-    Value() { Initialize(); }
+    Value() = default;
     bool operator==(const Value&) const = default;
 
     void Initialize();
@@ -158,15 +157,16 @@ private:
         if (std::bit_cast<uint64_t>(value) != std::bit_cast<uint64_t>(run_.Get().*field)) run_.Set().*field = value;
     }
 
-    std::string type_;
+    // A new cell's: what Initialize puts back.
+    std::string type_ = "DA";
     Variant currentValue_;
-    double fraction_ = 0;
+    double fraction_ = 0.8;
     OnDemand<RunTime> run_;
-    int16_t row_ = 0;
-    int16_t column_ = 0;
-    int16_t symbol_ = 0;
-    int16_t tolerance_ = 0;
-    int16_t decimals_ = 0;
+    int16_t row_ = 2;
+    int16_t column_ = kDeviationColumn;
+    int16_t symbol_ = 1;
+    int16_t tolerance_ = ToleranceState::NotEvaluated;
+    int16_t decimals_ = 3;
     bool isLimit_ = false;
     bool gotTols_ = false;
 };

@@ -18,7 +18,8 @@ constexpr uint64_t kMinimalCellBytes = 2 + 8 + 8 + 2 + 2 + 2;
 
 ValueCollection::ValueCollection(const ValueCollection& other) {
     cells_.reserve(other.cells_.size());
-    for (const auto& cell : other.cells_) cells_.push_back(std::make_unique<Value>(*cell));
+    pool_.Reserve(other.cells_.size());
+    for (const auto& cell : other.cells_) cells_.push_back(pool_.Make(*cell));
     for (const auto& [cell, key] : other.keys_) keys_.emplace_back(cells_[other.PositionOf(cell)].get(), key);
 }
 
@@ -45,13 +46,13 @@ Value& ValueCollection::Add(std::optional<std::string> key) {
                 throw Error(ErrorNumber::KeyInUse, "ValueCollection.Add",
                             "This key is already associated with an element of this collection: " + *key);
     }
-    Value& cell = *cells_.emplace_back(std::make_unique<Value>());
+    Value& cell = *cells_.emplace_back(pool_.Make());
     if (key) keys_.emplace_back(&cell, std::move(*key));
     return cell;
 }
 
 Value& ValueCollection::AddFromFile(BlockParser& parser) {
-    auto value = std::make_unique<Value>();
+    auto value = pool_.Make();
     value->LoadFromFile(parser);
     return *cells_.emplace_back(std::move(value));
 }
@@ -59,9 +60,11 @@ Value& ValueCollection::AddFromFile(BlockParser& parser) {
 void ValueCollection::AddFromBinary(BinaryStream& stream, int32_t version) {
     const int32_t count = stream.GetLong();
     // A damaged count ends at the end of the file, having reserved no more than it holds.
-    cells_.reserve(cells_.size() + ReservedCount(count, stream.Remaining(), kMinimalCellBytes));
+    const std::size_t reserved = ReservedCount(count, stream.Remaining(), kMinimalCellBytes);
+    cells_.reserve(cells_.size() + reserved);
+    pool_.Reserve(reserved);
     for (int32_t i = 0; i < count; ++i) {
-        auto value = std::make_unique<Value>();
+        auto value = pool_.Make();
         value->LoadFromBinary(stream, version);
         cells_.push_back(std::move(value));
     }

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Pool.h"
 #include "Value.h"
 
 namespace kvo {
@@ -53,7 +54,8 @@ private:
     std::size_t PositionOf(const Value* cell) const;
     void ForgetKeyOf(const Value* cell);
 
-    std::vector<std::unique_ptr<Value>> cells_;
+    Pool<Value> pool_;  // before the cells, which go back to it
+    std::vector<Pool<Value>::Ptr> cells_;
     // The few cells that have a key, so that the others carry none.
     std::vector<std::pair<const Value*, std::string>> keys_;
 };

@@ -97,13 +97,24 @@ std::string Variant::ToText() const {
                       value_);
 }
 
-std::string Variant::Encode() const {
+void Variant::Encode(std::string& out) const {
     const int16_t type = Type();
-    if (type == Empty) return "EMPTY";
-    if (type == Null) return "NULL";
-    for (const auto& entry : kWords)
-        if (entry.kind == type) return std::string(entry.word) + "|" + ToText();
-    return "UNSUPPORTED";
+    if (type == Empty) {
+        out += "EMPTY";
+        return;
+    }
+    if (type == Null) {
+        out += "NULL";
+        return;
+    }
+    for (const auto& entry : kWords) {
+        if (entry.kind != type) continue;
+        out.append(entry.word).append(1, '|');
+        if (const auto* number = std::get_if<double>(&value_)) AppendDouble(out, *number);
+        else out += ToText();
+        return;
+    }
+    out += "UNSUPPORTED";
 }
 
 Variant Variant::Decode(std::string_view text) {

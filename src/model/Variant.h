@@ -67,9 +67,9 @@ public:
     // Text as the runtime converts it ("True", "0.5", "3/15/2002"); Null raises 94.
     std::string ToText() const;
 
-    // The text form of the file format: "EMPTY", "NULL", "DOUBLE|0.123",
+    // Appends the text form of the file format: "EMPTY", "NULL", "DOUBLE|0.123",
     // "UNSUPPORTED"…
-    std::string Encode() const;
+    void Encode(std::string& out) const;
     // Reads that form; the word before "|" in any case. Raises 13 for an unknown
     // word and the conversion errors for a bad value.
     static Variant Decode(std::string_view text);

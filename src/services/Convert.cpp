@@ -130,27 +130,40 @@ double ParseDecimal(std::string_view text, const Target& target, std::string_vie
     return value;
 }
 
-// Parses a number; whole is set when it came from "&H" / "&O" so callers can
-// reinterpret the bit pattern.
-// Plain whole numbers of up to nine digits are most of what a slide show
-// holds; they need neither the special forms nor a copy for from_chars.
-bool ParseSmallWhole(std::string_view text, double& value) {
+// Plain decimals of up to fifteen digits are most of what a slide show holds
+// ("80", "-3", "0.8"): their digits make a whole number that a double holds
+// exactly, and one division by an exact power of ten rounds it as reading the
+// text would. They need neither the special forms nor a copy for from_chars.
+bool ParseShortDecimal(std::string_view text, double& value) {
+    static constexpr double kTens[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
     const bool negative = !text.empty() && text.front() == '-';
     if (negative) text.remove_prefix(1);
-    if (text.empty() || text.size() > 9) return false;
-    int32_t whole = 0;
+    int64_t whole = 0;
+    int digits = 0;
+    int decimals = -1;  // none until the point
     for (char c : text) {
-        if (!IsDigit(c)) return false;
-        whole = whole * 10 + (c - '0');
+        if (IsDigit(c)) {
+            if (++digits > 15) return false;
+            whole = whole * 10 + (c - '0');
+            if (decimals >= 0) ++decimals;
+        } else if (c == '.' && decimals < 0) {
+            decimals = 0;
+        } else {
+            return false;
+        }
     }
-    value = negative ? -static_cast<double>(whole) : static_cast<double>(whole);
+    if (digits == 0) return false;
+    const double magnitude = decimals > 0 ? static_cast<double>(whole) / kTens[decimals] : static_cast<double>(whole);
+    value = negative ? -magnitude : magnitude;
     return true;
 }
 
+// Parses a number; whole is set when it came from "&H" / "&O" so callers can
+// reinterpret the bit pattern.
 double ParseNumber(std::string_view original, const Target& target, bool& fromRadix, uint32_t& radixBits) {
     const std::string_view text = Trim(original);
     fromRadix = false;
-    if (double whole = 0; ParseSmallWhole(text, whole)) return whole;
+    if (double plain = 0; ParseShortDecimal(text, plain)) return plain;
     fromRadix = ParseRadix(text, radixBits);
     if (fromRadix) return static_cast<double>(radixBits);
     for (const auto& special : kSpecialValues)
@@ -168,12 +181,42 @@ T RoundChecked(double value, const Target& target, std::string_view shown) {
     return static_cast<T>(rounded);
 }
 
+void AppendGeneral(std::string& out, char* first, char* last) {
+    if (last - first == 2 && first[0] == '-' && first[1] == '0') ++first;
+    std::replace(first, last, 'e', 'E');
+    out.append(first, last);
+}
+
 std::string FormatGeneral(char* first, char* last) {
-    std::string text(first, last);
-    const auto e = text.find('e');
-    if (e != std::string::npos) text[e] = 'E';
-    if (text == "-0") text = "0";
+    std::string text;
+    AppendGeneral(text, first, last);
     return text;
+}
+
+// Most doubles of a file are short decimals (0.8, 0.0125): when a whole number
+// of millionths reads back as the value exactly, those digits are the value
+// rounded to 15 significant ones, written without the general conversion.
+bool AppendMillionths(std::string& out, double value) {
+    const double size = std::fabs(value);
+    if (size < 1e-4 || size >= 1e9) return false;
+    const double millionths = std::nearbyint(value * 1e6);
+    if (millionths / 1e6 != value) return false;
+    auto whole = static_cast<int64_t>(millionths);
+    if (whole < 0) {
+        out += '-';
+        whole = -whole;
+    }
+    char digits[24];
+    char* end = std::to_chars(digits, digits + sizeof digits, whole / 1000000).ptr;
+    if (int64_t fraction = whole % 1000000; fraction != 0) {
+        *end++ = '.';
+        for (int64_t unit = 100000; fraction != 0; unit /= 10) {
+            *end++ = static_cast<char>('0' + fraction / unit);
+            fraction %= unit;
+        }
+    }
+    out.append(digits, end);
+    return true;
 }
 
 }  // namespace
@@ -230,12 +273,22 @@ int16_t RoundToInteger(double value) { return RoundChecked<int16_t>(value, kInte
 
 int32_t RoundToLong(double value) { return RoundChecked<int32_t>(value, kLong, FormatDouble(value)); }
 
+void AppendDouble(std::string& out, double value) {
+    if (std::isinf(value)) {
+        out += value > 0 ? "1.#INF" : "-1.#INF";
+    } else if (std::isnan(value)) {
+        out += std::signbit(value) ? "-1.#IND" : "1.#QNAN";
+    } else if (!AppendMillionths(out, value)) {
+        std::array<char, 40> buffer;
+        const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::general, 15);
+        AppendGeneral(out, buffer.data(), result.ptr);
+    }
+}
+
 std::string FormatDouble(double value) {
-    if (std::isinf(value)) return value > 0 ? "1.#INF" : "-1.#INF";
-    if (std::isnan(value)) return std::signbit(value) ? "-1.#IND" : "1.#QNAN";
-    std::array<char, 40> buffer{};
-    const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::general, 15);
-    return FormatGeneral(buffer.data(), result.ptr);
+    std::string text;
+    AppendDouble(text, value);
+    return text;
 }
 
 std::string FormatSingle(float value) {

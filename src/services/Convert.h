@@ -25,6 +25,8 @@ int32_t RoundToLong(double value);
 // Shortest text that reads back to the same value: up to 15 significant digits
 // for a Double, 7 for a Single; exponents as "1E+20" and "1.5E-05".
 std::string FormatDouble(double value);
+// The same text appended to out, as the writers of the text format need it.
+void AppendDouble(std::string& out, double value);
 std::string FormatSingle(float value);
 std::string FormatBoolean(bool value);
 

@@ -108,9 +108,12 @@ std::string ExecutableDirectory() {
 
 std::string EditorDataDirectory() {
     const std::string exeDir = ExecutableDirectory();
-    const auto installed = std::filesystem::path(exeDir) / ".." / "share" / "kvoeditor";
-    std::error_code ec;
-    if (std::filesystem::is_directory(installed, ec)) return installed.lexically_normal().string();
+    // From bin/, or from libexec/kvoeditor/ where the helpers are installed.
+    for (const char* up : {"..", "../.."}) {
+        const auto installed = std::filesystem::path(exeDir) / up / "share" / "kvoeditor";
+        std::error_code ec;
+        if (std::filesystem::is_directory(installed, ec)) return installed.lexically_normal().string();
+    }
     return exeDir;
 }
 

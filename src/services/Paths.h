@@ -38,7 +38,8 @@ bool DirectoryExists(const std::string& path);
 std::string ExecutableDirectory();
 
 // Where the editor's own files (string tables, help) live: "../share/kvoeditor"
-// beside the executable when that exists, else the executable's directory.
+// (or "../../share/kvoeditor", from libexec/kvoeditor) beside the executable
+// when that exists, else the executable's directory.
 std::string EditorDataDirectory();
 
 }  // namespace kvo

@@ -2,53 +2,35 @@
 // shows in batches and for scripts.
 #include <unistd.h>
 
-#include <QtGui/QGuiApplication>
-#include <QtGui/QImage>
-
-#include <algorithm>
 #include <charconv>
-#include <cstdlib>
-#include <fstream>
 #include <iomanip>
 #include <iostream>
 #include <map>
-#include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "model/ExportFile.h"
 #include "model/ExportPackage.h"
 #include "model/FileDataCollection.h"
 #include "model/QifResults.h"
 #include "model/Report.h"
 #include "model/SlideShow.h"
-#include "view/IconView.h"
-#include "view/OffscreenSurfaces.h"
 #include "services/Convert.h"
 #include "services/Error.h"
 #include "services/Help.h"
 #include "services/Language.h"
-#include "services/Startup.h"
 #include "services/Paths.h"
 #include "services/Prompt.h"
 #include "services/RegEntry.h"
 #include "services/StringIds.h"
+#include "ToolSupport.h"
 
 namespace {
 
-using Args = std::vector<std::string>;
-
-struct Command {
-    const char* usage;
-    const char* summary;
-    int (*run)(const Args&);
-};
+using namespace kvo::tool;
 
 const std::map<std::string, Command>& Commands();
-
-struct UsageError {};
 
 int PrintUsage(std::ostream& out) {
     out << "usage: kvotool <command> [arguments]   (kvotool <command> --help for one command, kvotool --version)\n\n";
@@ -57,93 +39,12 @@ int PrintUsage(std::ostream& out) {
     return 2;
 }
 
-// Messages of the model go to standard error with the file they concern; the
-// overwrite question is asked on the terminal, or answered by --yes-all/--no-all.
-class ToolPrompt final : public kvo::Prompt {
-public:
-    void Message(const std::string& text, const std::string& title, kvo::MessageKind) override {
-        ++messages;
-        std::cerr << (file.empty() ? title : file) << ": " << text << '\n';
-    }
-
-    kvo::OverwriteAnswer AskOverwrite(const std::string& existingPath) override {
-        if (fixedAnswer) return *fixedAnswer;
-        if (!isatty(STDIN_FILENO)) {
-            std::cerr << "kvotool: " << existingPath << " exists and is kept; the packed file is stored beside it"
-                      << " (no terminal to ask on: use --yes-all to replace)\n";
-            return kvo::OverwriteAnswer::NoToAll;
-        }
-        for (;;) {
-            std::cerr << existingPath << " exists. Replace it? [y]es, [Y]es to all, [n]o, [N]o to all: " << std::flush;
-            std::string answer;
-            if (!std::getline(std::cin, answer)) return kvo::OverwriteAnswer::NoToAll;
-            if (answer == "y" || answer == "yes") return kvo::OverwriteAnswer::Yes;
-            if (answer == "Y") return kvo::OverwriteAnswer::YesToAll;
-            if (answer == "n" || answer == "no") return kvo::OverwriteAnswer::No;
-            if (answer == "N") return kvo::OverwriteAnswer::NoToAll;
-        }
-    }
-
-    // Files outside the show's folder are written only when allowed up front.
-    bool ConfirmFiles(const std::string& text, const std::string&, const std::vector<std::string>& files) override {
-        if (!allowFiles) {
-            std::cerr << "kvotool: " << text << '\n';
-            for (const auto& path : files) std::cerr << "  " << path << '\n';
-            std::cerr << "kvotool: nothing imported; use --allow-outside (or --yes-all) to write these files\n";
-        }
-        return allowFiles;
-    }
-
-    std::string file;
-    std::optional<kvo::OverwriteAnswer> fixedAnswer;
-    bool allowFiles = false;
-    int messages = 0;
-};
-
-ToolPrompt& Prompts() {
-    static ToolPrompt prompt;
-    return prompt;
-}
-
-// Takes "--name VALUE" out of args; empty when absent.
-std::optional<std::string> TakeOption(Args& args, const std::string& name) {
-    for (auto it = args.begin(); it != args.end(); ++it) {
-        if (*it != name) continue;
-        if (it + 1 == args.end()) throw UsageError{};
-        std::string value = *(it + 1);
-        args.erase(it, it + 2);
-        return value;
-    }
-    return std::nullopt;
-}
-
-bool TakeFlag(Args& args, const std::string& name) {
-    for (auto it = args.begin(); it != args.end(); ++it) {
-        if (*it == name) {
-            args.erase(it);
-            return true;
-        }
-    }
-    return false;
-}
-
-void RequireCount(const Args& args, std::size_t count) {
-    if (args.size() != count) throw UsageError{};
-    for (const auto& arg : args)
-        if (arg.rfind("--", 0) == 0) throw UsageError{};
-}
-
 // "--lang LCID" selects the language of the texts; the editor's otherwise.
 void TakeLanguage(Args& args) {
     const auto lcid = TakeOption(args, "--lang");
     if (!lcid) return;
     kvo::SetLanguage(kvo::ToLong(*lcid));
     kvo::InitResources();
-}
-
-void LoadShow(kvo::SlideShow& show, const std::string& path) {
-    Prompts().file = path;
-    show.LoadFromFile(path);
 }
 
 int Info(const Args& given) {
@@ -408,129 +309,6 @@ int PackageInfo(const Args& given) {
     return 0;
 }
 
-// Fonts need a running application; no window is ever opened.
-std::unique_ptr<QGuiApplication> FontsApplication() {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-    static int argc = 1;
-    static char name[] = "kvotool";
-    static char* argv[] = {name, nullptr};
-    return std::make_unique<QGuiApplication>(argc, argv);
-}
-
-// A new show of one slide with an icon for every feature of the results that
-// has a characteristic the catalogue knows, laid out for the host that render
-// draws by default (800 x 600 pixels of 15 twips).
-int New(const Args& given) {
-    Args args = given;
-    const auto results = TakeOption(args, "--from-results");
-    const auto output = TakeOption(args, "-o");
-    RequireCount(args, 0);
-    if (!results || !output) throw UsageError{};
-    Prompts().file = *results;
-    kvo::QifResults read;
-    read.LoadFromFile(*results);
-    std::vector<int32_t> features;
-    for (const auto& m : read.Measurements(1))
-        if (m.feature != 0 && m.row != 0 && std::find(features.begin(), features.end(), m.feature) == features.end())
-            features.push_back(m.feature);
-    std::sort(features.begin(), features.end());
-    const auto application = FontsApplication();
-    constexpr double kTwipsPerPixel = 15;
-    kvo::SlideShow show;
-    kvo::Slide& slide = show.Slides().Add();
-    slide.SetName(kvo::FileNamePart(*results));
-    kvo::AddIconsFromResults(slide, read, features, [&](const kvo::Icon& icon) {
-        return kvo::IconView::Extent(icon, kTwipsPerPixel, kTwipsPerPixel, static_cast<int32_t>(800 * kTwipsPerPixel),
-                                     static_cast<int32_t>(600 * kTwipsPerPixel));
-    });
-    show.SaveToFile(*output);
-    std::cout << "Wrote " << *output << ": " << features.size() << " icons\n";
-    return 0;
-}
-
-int Render(const Args& given) {
-    Args args = given;
-    const auto slideText = TakeOption(args, "--slide");
-    const auto sizeText = TakeOption(args, "--size");
-    const auto output = TakeOption(args, "-o");
-    RequireCount(args, 1);
-    if (!output) throw UsageError{};
-    const int32_t slideNumber = slideText ? kvo::ToLong(*slideText) : 1;
-    int width = 800, height = 600;
-    if (sizeText) {
-        const auto x = sizeText->find('x');
-        if (x == std::string::npos) throw UsageError{};
-        width = kvo::ToLong(sizeText->substr(0, x));
-        height = kvo::ToLong(sizeText->substr(x + 1));
-        if (width < 1 || height < 1 || width > 10000 || height > 10000) throw UsageError{};
-    }
-    const auto application = FontsApplication();
-    kvo::SlideShow show;
-    LoadShow(show, args[0]);
-    if (slideNumber < 1 || slideNumber > show.Slides().Count()) {
-        std::cerr << "kvotool: " << args[0] << " has no slide " << slideNumber << " (it has " << show.Slides().Count() << ")\n";
-        return 1;
-    }
-    const kvo::RenderedSlide rendered = kvo::RenderSlide(show.Slides().Item(slideNumber), width, height);
-    if (!rendered.image.save(QString::fromStdString(*output), "PNG")) {
-        std::cerr << "kvotool: cannot write " << *output << '\n';
-        return 1;
-    }
-    if (!rendered.pictureProblem.empty()) {
-        std::cerr << "kvotool: " << rendered.pictureProblem << '\n';
-        return 1;
-    }
-    return 0;
-}
-
-bool IsPackage(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::string magic(kvo::ExportFile::kMagic.size(), '\0');
-    return in.read(magic.data(), static_cast<std::streamsize>(magic.size())) && magic == kvo::ExportFile::kMagic;
-}
-
-// For file managers: the first enabled slide (else the first) as an 800 x 600
-// station shows it, scaled to fit SIZE. A package is read in place, so that
-// nothing but OUTPUT is ever written. A missing picture still gives a
-// thumbnail, with the notice in the picture's place.
-int Thumbnail(const Args& args) {
-    RequireCount(args, 3);
-    const int32_t size = kvo::ToLong(args[2]);
-    if (size < 1 || size > 4096) throw UsageError{};
-    const std::string& input = args[0];
-    const auto application = FontsApplication();
-    const bool package = IsPackage(input);
-    kvo::SlideShow show;
-    Prompts().file = input;
-    if (package)
-        show.LoadFromBytes(kvo::ReadPackagedShow(input), input);
-    else
-        show.LoadFromFile(input);
-    if (show.Slides().Count() == 0) {
-        std::cerr << "kvotool: " << input << " has no slide\n";
-        return 1;
-    }
-    kvo::Slide* slide = &show.Slides().Item(1);
-    for (const auto& candidate : show.Slides()) {
-        if (candidate->Enabled()) {
-            slide = candidate.get();
-            break;
-        }
-    }
-    std::optional<QByteArray> picture;
-    if (package && !slide->PictureFile().empty()) {
-        if (auto bytes = kvo::ReadPackagedFile(input, slide->PictureFile())) picture = QByteArray::fromStdString(*bytes);
-    }
-    const kvo::RenderedSlide rendered = kvo::RenderSlide(*slide, 800, 600, kvo::Rasters::Shared, picture ? &*picture : nullptr);
-    const QImage thumbnail = rendered.image.scaled(size, size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-    if (!thumbnail.save(QString::fromLocal8Bit(args[1].c_str()), "PNG")) {
-        std::cerr << "kvotool: cannot write " << args[1] << '\n';
-        return 1;
-    }
-    return 0;
-}
-
 int String(const Args& given) {
     Args args = given;
     TakeLanguage(args);
@@ -570,6 +348,16 @@ int HelpFile(const Args& given) {
     return 0;
 }
 
+// kvotool-draw lies beside kvotool in a build tree, in libexec when installed.
+int RunDrawingCommand(char** argv) {
+    std::string program = kvo::JoinPath(kvo::ExecutableDirectory(), "kvotool-draw");
+    if (!kvo::FileExists(program)) program = kvo::JoinPath(kvo::ExecutableDirectory(), "../libexec/kvoeditor/kvotool-draw");
+    argv[0] = program.data();
+    execv(program.c_str(), argv);
+    std::cerr << "kvotool: " << argv[1] << " cannot run: kvotool-draw is not installed with the program\n";
+    return 1;
+}
+
 const std::map<std::string, Command>& Commands() {
     static const std::map<std::string, Command> commands = {
         {"info", {"info SHOW", "format, header, counts of slides, icons and cells, and the files the show refers to", Info}},
@@ -581,9 +369,6 @@ const std::map<std::string, Command>& Commands() {
         {"average", {"average SHOW REPORT... [-o OUT]",
                      "the mean of each deviation cell over the reports and every sample of QIF results, as one sample set; -o writes the averaged show",
                      Average}},
-        {"new", {"new --from-results RESULTS -o SHOW",
-                 "a show of one slide with an icon for each feature of QIF results, a deviation cell for each of its characteristics",
-                 New}},
         {"results", {"results RESULTS [--sample N] [--tsv]",
                      "every characteristic measurement of a QIF results file, its report row and state beside the file's own status",
                      Results}},
@@ -591,15 +376,16 @@ const std::map<std::string, Command>& Commands() {
         {"import", {"import PACKAGE TARGET [--yes-all | --no-all] [--allow-outside]",
                     "unpack a package; asks before replacing a file, and writes outside TARGET's folder only when allowed", Import}},
         {"package-info", {"package-info PACKAGE", "the header of a package and the files in it", PackageInfo}},
-        {"render", {"render SHOW -o OUT.png [--slide N] [--size WxH]", "draw one slide as the editor shows it (default: slide 1, 800x600)", Render}},
-        {"thumbnail", {"thumbnail INPUT OUTPUT.png SIZE",
-                       "a file manager's thumbnail of a show or package: its first enabled slide, at most SIZE pixels wide and high",
-                       Thumbnail}},
         {"string", {"string [--lang LCID] ID [ARG...]", "a text of the string tables, with its arguments filled in", String}},
         {"settings", {"settings get KEY VALUE | set KEY VALUE TEXT | list KEY", "read or write the settings store below SOFTWARE\\Orlanvex", Settings}},
         {"help-file", {"help-file [--lang LCID]", "the help file the editor would use", HelpFile}},
     };
-    return commands;
+    static const std::map<std::string, Command> all = [] {
+        auto merged = commands;
+        merged.insert(kvo::tool::DrawingCommands().begin(), kvo::tool::DrawingCommands().end());
+        return merged;
+    }();
+    return all;
 }
 
 }  // namespace
@@ -626,20 +412,6 @@ int main(int argc, char** argv) {
         std::cout << "usage: kvotool " << command.usage << "\n  " << command.summary << '\n';
         return 0;
     }
-    try {
-        kvo::InitLanguage();  // the editor's language, from the settings
-    } catch (const kvo::Error&) {
-        kvo::SetLanguage(kvo::kDefaultLanguageId);
-        kvo::InitResources();
-    }
-    kvo::SetCurrentPrompt(&Prompts());
-    try {
-        return command.run(args);
-    } catch (const UsageError&) {
-        std::cerr << "usage: kvotool " << command.usage << '\n';
-        return 2;
-    } catch (const kvo::Error& error) {
-        std::cerr << "kvotool: " << error.Description() << " (" << error.Source() << ", error " << error.Number() << ")\n";
-        return 1;
-    }
+    if (command.run == nullptr) return RunDrawingCommand(argv);
+    return kvo::tool::RunCommand(command, args);
 }

@@ -562,11 +562,10 @@ void FormMain::ShowDocument() {
         return;
     }
     statusText_->clear();
-    UpdateSlideRange();
+    // Either brings the range, status, menus and slide panel up to date: the
+    // panel compares every slide with its thumbnail's copy, so only once.
     if (Document()->Slides().Count() > 0) ShowSlide(1);
-    UpdateStatus();
-    UpdateEnabling();
-    UpdateSlidePanel();
+    else ShowNoSlide();
 }
 
 void FormMain::ShowSlide(int number, bool force) {

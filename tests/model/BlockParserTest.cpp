@@ -53,6 +53,7 @@ TEST_F(BlockParserTest, LineKindsAndCaseRules) {
         "BLOCK\n"
         "end\n"
         "End\n"
+        "my\tkey\t=\tv\t\r\n"
         "Tab=a\tb");
     const std::vector<Token> expected = {
         {BlockParser::TokenStartBlock, "SLIDESHOW", ""},
@@ -66,6 +67,7 @@ TEST_F(BlockParserTest, LineKindsAndCaseRules) {
         {BlockParser::TokenStartBlock, "", ""},
         {BlockParser::TokenEndBlock, "", ""},
         {BlockParser::TokenEndBlock, "", ""},
+        {BlockParser::TokenKeyValue, "MY KEY", "v"},
         {BlockParser::TokenKeyValue, "TAB", "a b"},
     };
     const auto tokens = Tokens(parser);
@@ -75,7 +77,7 @@ TEST_F(BlockParserTest, LineKindsAndCaseRules) {
         EXPECT_EQ(tokens[i].first, expected[i].first) << i;
         EXPECT_EQ(tokens[i].second, expected[i].second) << i;
     }
-    EXPECT_EQ(parser.CurrentLine(), 14);
+    EXPECT_EQ(parser.CurrentLine(), 15);
 }
 
 TEST_F(BlockParserTest, EachPairOfPropertiesDescribesTheLastLineOfItsKind) {

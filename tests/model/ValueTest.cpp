@@ -257,7 +257,7 @@ TEST_F(ValueTest, DisplayTextHasNoLeadingZero) {
         Value value;
         value.LoadFromFile(on.parser);
         value.SetCurrentValue(c.value);
-        EXPECT_EQ(value.DisplayText(), c.shown) << c.value.Encode();
+        EXPECT_EQ(value.DisplayText(), c.shown) << c.format << " " << c.shown;
     }
 }
 

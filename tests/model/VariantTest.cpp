@@ -27,7 +27,9 @@ TEST(Variant, TextEncodingOfEveryKind) {
         {Variant::MakeUnsupported(6), "UNSUPPORTED"},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(c.value.Encode(), c.text);
+        std::string encoded;
+        c.value.Encode(encoded);
+        EXPECT_EQ(encoded, c.text);
         if (c.value.Type() != 6) {
             EXPECT_EQ(Variant::Decode(c.text), c.value) << c.text;
         }
@@ -42,7 +44,7 @@ TEST(Variant, DecodingIsLenientAboutCaseAndEmptyValues) {
     EXPECT_EQ(Variant::Decode("STRING|"), Variant(""));
     EXPECT_EQ(Variant::Decode("Empty"), Variant());
     EXPECT_EQ(Variant::Decode("DATE|2002-03-15"), Variant::MakeDate(37330));
-    EXPECT_EQ(Variant::Decode("UNSUPPORTED").Encode(), "UNSUPPORTED");
+    EXPECT_EQ(Variant::Decode("UNSUPPORTED").Type(), 9);
     EXPECT_EQ(RaisedBy([] { Variant::Decode("MONEY|5"); }).Number(), 13);
     EXPECT_EQ(RaisedBy([] { Variant::Decode("DOUBLE|abc"); }).Number(), 13);
     EXPECT_EQ(RaisedBy([] { Variant::Decode("INTEGER|40000"); }).Number(), 6);

@@ -2,8 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <limits>
+#include <random>
+#include <string>
+#include <vector>
 
 #include "services/Error.h"
 #include "services/Language.h"
@@ -101,6 +107,23 @@ TEST(Convert, LongsDoublesAndSingles) {
     EXPECT_EQ(RoundToInteger(32767.4), 32767);
 }
 
+// Short decimals take a quicker way than the others: both must read what the
+// C library reads, up to the longest the quick way takes and just past it.
+TEST(Convert, DecimalsOfEveryLengthReadAsTheCLibraryReadsThem) {
+    std::mt19937_64 random(23);
+    for (int i = 0; i < 20000; ++i) {
+        std::string digits(1 + random() % 17, '0');
+        for (char& digit : digits) digit = static_cast<char>('0' + random() % 10);
+        std::string text = (random() % 2 ? "-" : "") + digits;
+        text.insert(text.size() - random() % (digits.size() + 1), ".");
+        double expected = 0;
+        std::from_chars(text.data() + (text[0] == '-'), text.data() + text.size(), expected);
+        if (text[0] == '-') expected = -expected;
+        if (text == "." || text == "-.") continue;
+        EXPECT_EQ(std::bit_cast<uint64_t>(ToDouble(text)), std::bit_cast<uint64_t>(expected)) << text;
+    }
+}
+
 TEST(Convert, BooleansFromWordsInAnyCaseOrFromNumbers) {
     for (const char* text : {"True", "TRUE", "true", " tRuE ", "-1", "1", "2.5", "0.1", "&H1"})
         EXPECT_TRUE(ToBoolean(text)) << text;
@@ -135,6 +158,33 @@ TEST(Convert, DoublesAreWrittenInTheirShortestFormAndReadBack) {
         EXPECT_NEAR(ToDouble(FormatDouble(value)), value, std::fabs(value) * 1e-14) << FormatDouble(value);
     EXPECT_TRUE(std::isinf(ToDouble(FormatDouble(-std::numeric_limits<double>::infinity()))));
     EXPECT_TRUE(std::isnan(ToDouble(FormatDouble(std::nan("")))));
+}
+
+// Short decimals take a quicker way than the others: both must write what
+// printf's %.15G writes, near the edges of the quick way too.
+TEST(Convert, DoublesOfEveryShapeAreWrittenAsFifteenDigitsGeneral) {
+    const auto expected = [](double value) {
+        char text[40];
+        std::snprintf(text, sizeof text, "%.15G", value);
+        return std::string(text) == "-0" ? std::string("0") : std::string(text);
+    };
+    std::vector<double> values;
+    for (int64_t whole : {0LL, 1LL, 5LL, 80LL, 125LL, 999999LL, 1000001LL, 123456789LL, 999999999999999LL})
+        for (double scale : {1.0, 1e-1, 1e-3, 1e-4, 1e-5, 1e-6, 1e-7, 1e3, 1e8, 1e9})
+            for (double sign : {1.0, -1.0}) values.push_back(sign * static_cast<double>(whole) * scale);
+    for (double edge : {1e-4, 9.99999e-5, 1e9, 999999999.999999, 0.1 + 0.2, 1.0 / 3, 2.0 / 3 * 1e6})
+        values.push_back(edge);
+    std::mt19937_64 random(23);
+    for (int i = 0; i < 2000; ++i) {
+        values.push_back(std::bit_cast<double>(random()));
+        values.push_back(static_cast<double>(random() % 100000000) / 1e6);
+    }
+    for (double value : values) {
+        if (!std::isfinite(value)) continue;
+        std::string appended = "x";
+        AppendDouble(appended, value);
+        EXPECT_EQ(appended, "x" + expected(value)) << value;
+    }
 }
 
 }  // namespace

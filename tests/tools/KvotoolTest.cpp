@@ -190,6 +190,8 @@ TEST_F(KvotoolTest, UsageErrorsExitWithTwo) {
     EXPECT_EQ(Run("convert a b", &out), 2);
     EXPECT_EQ(Run("convert a b --to pdf", &out), 2);
     EXPECT_EQ(Run("import a b --yes-all --no-all", &out), 2);
+    EXPECT_EQ(Run("render " + dir_.File("any.pdz"), &out), 2);  // handed to kvotool-draw, which says the same
+    EXPECT_NE(out.find("usage: kvotool render SHOW -o OUT.png"), std::string::npos) << out;
     EXPECT_EQ(Run("info --help", &out), 0);
     EXPECT_NE(out.find("usage: kvotool info SHOW"), std::string::npos);
     EXPECT_EQ(Run("info " + dir_.File("missing.pdz"), &out), 1);

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <utility>
+#include <vector>
+
+namespace kvo {
+
+// Objects made in blocks of many, each keeping its address until it is let
+// go, when its slot is taken by the next one made: a show's thousands of
+// cells cost a few allocations instead of one each. The pool must outlive
+// what it made.
+template <typename T>
+class Pool {
+public:
+    struct Release {
+        Pool* pool;
+        void operator()(T* object) const { pool->Free(object); }
+    };
+    using Ptr = std::unique_ptr<T, Release>;
+
+    Pool() = default;
+    Pool(const Pool&) = delete;
+    Pool& operator=(const Pool&) = delete;
+
+    // Room for count more objects in one block; freed slots are taken first.
+    void Reserve(std::size_t count) {
+        if (count > room_) NewBlock(count);
+    }
+
+    template <typename... Args>
+    Ptr Make(Args&&... args) {
+        Slot* slot = Take();
+        try {
+            return Ptr(::new (static_cast<void*>(slot)) T(std::forward<Args>(args)...), Release{this});
+        } catch (...) {
+            Give(slot);
+            throw;
+        }
+    }
+
+private:
+    union Slot {
+        Slot* nextFree;
+        alignas(T) std::byte bytes[sizeof(T)];
+    };
+    static constexpr std::size_t kFirstBlock = 4;
+    static constexpr std::size_t kLargestBlock = 64;
+
+    void Free(T* object) {
+        object->~T();
+        Give(reinterpret_cast<Slot*>(object));
+    }
+    void Give(Slot* slot) {
+        slot->nextFree = free_;
+        free_ = slot;
+    }
+    Slot* Take() {
+        if (free_ != nullptr) return std::exchange(free_, free_->nextFree);
+        if (room_ == 0) NewBlock(std::min(kLargestBlock, std::max(kFirstBlock, lastBlock_ * 2)));
+        --room_;
+        return next_++;
+    }
+    void NewBlock(std::size_t count) {
+        next_ = blocks_.emplace_back(std::make_unique_for_overwrite<Slot[]>(count)).get();
+        room_ = lastBlock_ = count;
+    }
+
+    std::vector<std::unique_ptr<Slot[]>> blocks_;
+    Slot* next_ = nullptr;
+    std::size_t room_ = 0;
+    std::size_t lastBlock_ = 0;
+    Slot* free_ = nullptr;
+};
+
+}  // namespace kvo
