@@ -19,7 +19,7 @@
 #include <variant>
 #include <vector>
 
-#include "MetafileClip.h"
+#include "MetafileDrawing.h"
 #include "MetafileCursor.h"
 #include "PictureProtocol.h"
 
@@ -287,9 +287,9 @@ public:
                 break;
             }
             case kSetMapMode: state_.mapMode = c.U32(); break;
-            case kSetWorldTransform: state_.world = Matrix(c); break;
+            case kSetWorldTransform: state_.world = ReadMatrix(c); break;
             case kModifyWorldTransform: {
-                const QTransform m = Matrix(c);
+                const QTransform m = ReadMatrix(c);
                 switch (c.U32()) {
                     case 1: state_.world = QTransform(); break;
                     case 2: state_.world = m * state_.world; break;
@@ -362,7 +362,7 @@ public:
                 const uint32_t hatch = c.U32();
                 Brush b;
                 if (style == 1) b = Brush{Qt::NoBrush, false, false, true};
-                else if (style == 2) b = Brush{QBrush(colour, Hatch(hatch)), true, false, false};
+                else if (style == 2) b = Brush{QBrush(colour, HatchLines(hatch)), true, false, false};
                 else b.brush = QBrush(colour);
                 Store(id, b);
                 break;
@@ -520,7 +520,7 @@ public:
                 const uint32_t operation = c.U32();
                 // The source's corner in its own units, which its transform makes pixels of the bitmap.
                 const QPointF fromUnits = Point(c);
-                const QTransform sourceTransform = Matrix(c);
+                const QTransform sourceTransform = ReadMatrix(c);
                 const QPointF from = sourceTransform.map(fromUnits);
                 c.U32();
                 c.U32();
@@ -560,7 +560,7 @@ public:
                     for (QPointF& p : corners) p = Point(c);
                     source = Rect(c);
                 }
-                source = Matrix(c).mapRect(source);
+                source = ReadMatrix(c).mapRect(source);
                 c.U32();
                 c.U32();
                 const uint32_t headerAt = c.U32(), headerSize = c.U32(), bitsAt = c.U32(), bitsSize = c.U32();
@@ -646,11 +646,6 @@ private:
         const QPointF a = Point(c), b = Point(c);
         return QRectF(a, b).normalized();
     }
-    static QTransform Matrix(Cursor& c) {
-        std::array<double, 6> m{};
-        for (double& v : m) v = c.F32();
-        return {m[0], m[1], m[2], m[3], m[4], m[5]};
-    }
     static std::vector<QPointF> Points(Cursor& c, uint32_t count, bool small) {
         if (count > c.Left() / (small ? 4 : 8)) throw Short{};
         std::vector<QPointF> points;
@@ -677,11 +672,6 @@ private:
         return path.simplified();
     }
 
-    static Qt::BrushStyle Hatch(uint32_t style) {
-        static constexpr std::array<Qt::BrushStyle, 6> kStyles{Qt::HorPattern, Qt::VerPattern, Qt::FDiagPattern,
-                                                               Qt::BDiagPattern, Qt::CrossPattern, Qt::DiagCrossPattern};
-        return style < kStyles.size() ? kStyles[style] : Qt::DiagCrossPattern;
-    }
 
     static Pen MakePen(uint32_t style, double width, const QColor& colour, const QList<qreal>& dashes) {
         Pen p;
@@ -1006,13 +996,9 @@ private:
     // Source pixels onto the parallelogram of three logical points.
     void DrawImage(const QImage& image, const QRectF& source, const std::array<QPointF, 3>& corners) {
         if (image.isNull() || source.width() == 0 || source.height() == 0) return;
-        const QPointF across = (corners[1] - corners[0]) / source.width(), down = (corners[2] - corners[0]) / source.height();
-        const QTransform place(across.x(), across.y(), down.x(), down.y(),
-                               corners[0].x() - across.x() * source.x() - down.x() * source.y(),
-                               corners[0].y() - across.y() * source.x() - down.y() * source.y());
         // What lies past the bitmap's edge is not drawn, and the rest stays where it was.
         const QRectF inside = source.intersected(QRectF(image.rect()));
-        painter_.setTransform(place * Transform());
+        painter_.setTransform(Placed(source, corners[0], corners[1], corners[2]) * Transform());
         painter_.drawImage(inside, image, inside);
         painter_.resetTransform();
     }

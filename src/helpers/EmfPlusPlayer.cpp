@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "EmfPlayer.h"
-#include "MetafileClip.h"
+#include "MetafileDrawing.h"
 #include "MetafileCursor.h"
 #include "PictureProtocol.h"
 
@@ -64,12 +64,6 @@ constexpr std::size_t kDeepestStack = 4096;
 constexpr double kShapedPixels = 128;
 
 QColor Argb(uint32_t v) { return QColor::fromRgba(v); }
-
-QTransform ReadMatrix(Cursor& c) {
-    std::array<double, 6> m{};
-    for (double& v : m) v = c.F32();
-    return {m[0], m[1], m[2], m[3], m[4], m[5]};
-}
 
 QRectF ReadRect(Cursor& c, bool shortCoordinates) {
     if (shortCoordinates) {
@@ -322,16 +316,14 @@ Brush ReadBrush(Cursor& c) {
             const uint32_t style = c.U32();
             const QColor fore = Argb(c.U32());
             b.background = Argb(c.U32());
-            static constexpr std::array<Qt::BrushStyle, 6> kLines{Qt::HorPattern, Qt::VerPattern, Qt::FDiagPattern,
-                                                                  Qt::BDiagPattern, Qt::CrossPattern, Qt::DiagCrossPattern};
             // The percentage hatches, lightest first, then the rest as a middle grey.
             static constexpr std::array<Qt::BrushStyle, 12> kShades{Qt::Dense7Pattern, Qt::Dense7Pattern, Qt::Dense6Pattern,
                                                                     Qt::Dense6Pattern, Qt::Dense5Pattern, Qt::Dense4Pattern,
                                                                     Qt::Dense4Pattern, Qt::Dense3Pattern, Qt::Dense3Pattern,
                                                                     Qt::Dense2Pattern, Qt::Dense1Pattern, Qt::Dense1Pattern};
-            const Qt::BrushStyle qtStyle = style < kLines.size()                  ? kLines[style]
-                                           : style - 6 < kShades.size()           ? kShades[style - 6]
-                                                                                  : Qt::Dense4Pattern;
+            const Qt::BrushStyle qtStyle = style < 6                      ? HatchLines(style)
+                                           : style - 6 < kShades.size()   ? kShades[style - 6]
+                                                                          : Qt::Dense4Pattern;
             b.brush = QBrush(fore, qtStyle);
             b.hatch = true;
             break;
@@ -939,11 +931,7 @@ private:
     void DrawImage(const QImage& image, const QRectF& source, const QPointF& topLeft, const QPointF& topRight,
                    const QPointF& bottomLeft) {
         if (image.isNull() || source.width() == 0 || source.height() == 0) return;
-        // Source pixels onto the parallelogram of the three points.
-        const QPointF across = (topRight - topLeft) / source.width(), down = (bottomLeft - topLeft) / source.height();
-        const QTransform place(across.x(), across.y(), down.x(), down.y(), topLeft.x() - across.x() * source.x() - down.x() * source.y(),
-                               topLeft.y() - across.y() * source.x() - down.y() * source.y());
-        painter_.setTransform(place * Transform());
+        painter_.setTransform(Placed(source, topLeft, topRight, bottomLeft) * Transform());
         painter_.drawImage(source, image, source);
     }
 
