@@ -57,14 +57,5 @@ TEST(Pool, ObjectsKeepTheirAddressesAndFreedSlotsAreTakenAgain) {
     EXPECT_EQ(Counted::alive, 0);
 }
 
-TEST(Pool, ReservedObjectsLieInOneBlock) {
-    Pool<Counted> pool;
-    const auto before = pool.Make("before");
-    pool.Reserve(100);
-    std::vector<Pool<Counted>::Ptr> held;
-    for (int i = 0; i < 100; ++i) held.push_back(pool.Make("x"));
-    for (std::size_t i = 1; i < held.size(); ++i) EXPECT_EQ(held[i].get(), held[i - 1].get() + 1) << i;
-}
-
 }  // namespace
 }  // namespace kvo
