@@ -106,6 +106,11 @@ std::string ExecutableDirectory() {
     return exe.parent_path().string();
 }
 
+std::string CompanionProgram(const std::string& name) {
+    const std::string beside = JoinPath(ExecutableDirectory(), name);
+    return FileExists(beside) ? beside : JoinPath(ExecutableDirectory(), "../libexec/kvoeditor/" + name);
+}
+
 std::string EditorDataDirectory() {
     const std::string exeDir = ExecutableDirectory();
     // From bin/, or from libexec/kvoeditor/ where the helpers are installed.

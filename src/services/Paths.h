@@ -41,5 +41,8 @@ std::string ExecutableDirectory();
 // (or "../../share/kvoeditor", from libexec/kvoeditor) beside the executable
 // when that exists, else the executable's directory.
 std::string EditorDataDirectory();
+// A program of the editor's own (a picture helper, kvotool-draw): beside this
+// one in a build tree, in libexec/kvoeditor when installed.
+std::string CompanionProgram(const std::string& name);
 
 }  // namespace kvo

@@ -348,10 +348,8 @@ int HelpFile(const Args& given) {
     return 0;
 }
 
-// kvotool-draw lies beside kvotool in a build tree, in libexec when installed.
 int RunDrawingCommand(char** argv) {
-    std::string program = kvo::JoinPath(kvo::ExecutableDirectory(), "kvotool-draw");
-    if (!kvo::FileExists(program)) program = kvo::JoinPath(kvo::ExecutableDirectory(), "../libexec/kvoeditor/kvotool-draw");
+    std::string program = kvo::CompanionProgram("kvotool-draw");
     argv[0] = program.data();
     execv(program.c_str(), argv);
     std::cerr << "kvotool: " << argv[1] << " cannot run: kvotool-draw is not installed with the program\n";

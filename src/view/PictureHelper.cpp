@@ -63,9 +63,7 @@ void PictureFailed(const std::string& fileName, int32_t why, const std::string& 
 
 QByteArray RunPictureHelper(const std::string& helperName, const std::string& fileName, const std::atomic<bool>* stop,
                             const QByteArray* bytes) {
-    // Beside the program in a build tree, in libexec when installed.
-    std::string helper = JoinPath(ExecutableDirectory(), helperName);
-    if (!FileExists(helper)) helper = JoinPath(ExecutableDirectory(), "../libexec/kvoeditor/" + helperName);
+    const std::string helper = CompanionProgram(helperName);
     if (!FileExists(helper)) PictureFailed(fileName, Str::PictureHelperMissing, helperName);
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
