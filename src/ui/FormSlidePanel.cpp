@@ -26,6 +26,10 @@ namespace {
 
 constexpr int kPanelWidth = FormSlidePanel::kThumbnailWidth + 48;
 
+std::string PictureKey(const Slide& slide) {
+    return slide.PictureFile().empty() ? std::string() : PictureCache::FileKey(slide.PictureFile());
+}
+
 }  // namespace
 
 // The list of the panel: a press chooses a slide, a drag moves it. The drag is
@@ -148,33 +152,37 @@ void FormSlidePanel::SetMenuActions(const QList<QAction*>& actions) {
     menu_->addActions(actions);
 }
 
-std::shared_ptr<FormSlidePanel::Thumb> FormSlidePanel::ThumbFor(const Slide& slide) {
-    const std::string pictureKey = slide.PictureFile().empty() ? std::string() : PictureCache::FileKey(slide.PictureFile());
-    for (const auto& thumb : thumbs_)
-        if (thumb->pictureKey == pictureKey && *thumb->slide == slide) return thumb;
-    auto thumb = std::make_shared<Thumb>();
-    thumb->slide = std::make_shared<const Slide>(slide);
-    thumb->pictureKey = pictureKey;
-    return thumb;
+// The thumb drawn, or being drawn, of a slide just as it is. After an edit, an
+// insertion or a move, a slide is found at its old place or next to it.
+std::shared_ptr<FormSlidePanel::Thumb> FormSlidePanel::ThumbFor(const Slide& slide, std::size_t row,
+                                                                const std::vector<std::shared_ptr<Thumb>>& before) {
+    std::optional<std::string> key;  // the disk is asked only when there is a copy to compare with
+    const auto same = [&](const Thumb& thumb) {
+        if (!thumb.slide) return false;
+        if (!key) key = PictureKey(slide);
+        return thumb.pictureKey == *key && *thumb.slide == slide;
+    };
+    for (const std::size_t at : {row, row - 1, row + 1})
+        if (at < before.size() && same(*before[at])) return before[at];
+    for (const auto& thumb : before)
+        if (same(*thumb)) return thumb;
+    return std::make_shared<Thumb>();
 }
 
 void FormSlidePanel::ShowSlides(const SlideCollection* slides, int current, const QSize& hostPixels) {
+    slides_ = slides;
     current_ = current;
-    if (hostPixels != hostPixels_) thumbs_.clear();  // every slide looks otherwise on another host
+    std::vector<std::shared_ptr<Thumb>> before;
+    if (hostPixels == hostPixels_) before = std::move(thumbs_);  // every slide looks otherwise on another host
     hostPixels_ = hostPixels;
-    std::vector<std::shared_ptr<Thumb>> thumbs;
-    enabled_.clear();
-    names_.clear();
+    thumbs_.clear();
     if (slides != nullptr && !hostPixels.isEmpty()) {
-        thumbSize_ = QSize(kThumbnailWidth, std::max(1, kThumbnailWidth * hostPixels.height() / hostPixels.width()));
-        for (int32_t i = 1; i <= slides->Count(); ++i) {
-            const Slide& slide = slides->Item(i);
-            thumbs.push_back(ThumbFor(slide));
-            enabled_.push_back(slide.Enabled());
-            names_.push_back(slide.Name());
-        }
+        const QSize size(kThumbnailWidth, std::max(1, kThumbnailWidth * hostPixels.height() / hostPixels.width()));
+        if (size != thumbSize_) blanks_.clear();
+        thumbSize_ = size;
+        thumbs_.reserve(static_cast<std::size_t>(slides->Count()));
+        for (int32_t i = 1; i <= slides->Count(); ++i) thumbs_.push_back(ThumbFor(slides->Item(i), thumbs_.size(), before));
     }
-    thumbs_ = std::move(thumbs);
     UpdateItems();
     Schedule();
 }
@@ -184,29 +192,8 @@ void FormSlidePanel::UpdateItems() {
     list_->setIconSize(thumbSize_);
     while (list_->count() > count) delete list_->takeItem(list_->count() - 1);
     while (list_->count() < count) list_->addItem(new QListWidgetItem);
-    for (int row = 0; row < count; ++row) {
-        const Thumb& thumb = *thumbs_[static_cast<std::size_t>(row)];
-        const bool enabled = enabled_[static_cast<std::size_t>(row)];
-        QPixmap picture;
-        if (thumb.image.isNull()) {
-            // Until it is drawn, the slide's colour.
-            picture = QPixmap(thumbSize_);
-            picture.fill(ToQColor(thumb.slide->BackColor()));
-        } else {
-            picture = QPixmap::fromImage(thumb.image);
-        }
-        if (!enabled) {
-            QStyleOption option;
-            option.initFrom(list_);
-            picture = style()->generatedIconPixmap(QIcon::Disabled, picture, &option);
-        }
-        QListWidgetItem* item = list_->item(row);
-        const std::string& name = names_[static_cast<std::size_t>(row)];
-        item->setIcon(QIcon(picture));
-        item->setText(Q(FormatResString(enabled ? Str::SlidePanelEntry : Str::SlidePanelDisabled, {row + 1, name})));
-        item->setForeground(palette().color(enabled ? QPalette::Active : QPalette::Disabled, QPalette::Text));
-        item->setToolTip(item->text());
-    }
+    rows_.resize(thumbs_.size());
+    for (int row = 0; row < count; ++row) UpdateRow(row);
     if (current_ >= 1 && current_ <= count) {
         list_->setCurrentRow(current_ - 1);
         list_->scrollToItem(list_->item(current_ - 1));
@@ -215,45 +202,89 @@ void FormSlidePanel::UpdateItems() {
     }
 }
 
+void FormSlidePanel::UpdateRow(int row) {
+    const Slide& slide = slides_->Item(row + 1);
+    const Thumb& thumb = *thumbs_[static_cast<std::size_t>(row)];
+    const bool enabled = slide.Enabled();
+    const auto greyed = [&](const QPixmap& picture) {
+        if (enabled) return picture;
+        QStyleOption option;
+        option.initFrom(list_);
+        return style()->generatedIconPixmap(QIcon::Disabled, picture, &option);
+    };
+    QPixmap picture = thumb.picture;
+    if (picture.isNull()) {
+        // Until it is drawn, the slide's colour.
+        QPixmap& blank = blanks_[static_cast<quint32>(slide.BackColor()) | (enabled ? 0 : quint64{1} << 32)];
+        if (blank.isNull()) {
+            QPixmap filled(thumbSize_);
+            filled.fill(ToQColor(slide.BackColor()));
+            blank = greyed(filled);
+        }
+        picture = blank;
+    }
+    Row& shown = rows_[static_cast<std::size_t>(row)];
+    QListWidgetItem* item = list_->item(row);
+    if (shown.picture != picture.cacheKey() || shown.enabled != enabled) {
+        shown.picture = picture.cacheKey();
+        item->setIcon(QIcon(thumb.picture.isNull() ? picture : greyed(picture)));
+    }
+    const QString text = Q(FormatResString(enabled ? Str::SlidePanelEntry : Str::SlidePanelDisabled, {row + 1, slide.Name()}));
+    if (shown.text != text || shown.enabled != enabled) {
+        shown.text = text;
+        item->setText(text);
+        item->setForeground(palette().color(enabled ? QPalette::Active : QPalette::Disabled, QPalette::Text));
+        item->setToolTip(text);
+    }
+    shown.enabled = enabled;
+}
+
 void FormSlidePanel::Schedule() {
     queue_.clear();
-    const auto want = [&](int row) {
-        if (row < 0 || row >= static_cast<int>(thumbs_.size())) return;
-        const auto& thumb = thumbs_[static_cast<std::size_t>(row)];
-        if (thumb->image.isNull() && std::find(queue_.begin(), queue_.end(), thumb) == queue_.end()) queue_.push_back(thumb);
+    const auto want = [&](std::size_t row) {
+        if (row < thumbs_.size() && !thumbs_[row]->slide) queue_.push_back(thumbs_[row]);
     };
-    want(current_ - 1);
-    for (int row = 0; row < static_cast<int>(thumbs_.size()); ++row) want(row);
+    want(static_cast<std::size_t>(current_ - 1));
+    for (std::size_t row = 0; row < thumbs_.size(); ++row) want(row);
     if (!running_) DrawNext();
 }
 
 void FormSlidePanel::DrawNext() {
-    if (queue_.empty()) return;
-    const std::shared_ptr<Thumb> thumb = queue_.front();
-    queue_.pop_front();
-    running_ = true;
-    const QSize host = hostPixels_, size = thumbSize_;
-    drawer_.start([this, thumb, host, size] {
-        Slide slide(*thumb->slide);
-        // Drawn at the host's size, as the slide itself, and made smaller.
-        const QImage image = RenderSlide(slide, host.width(), host.height(), Rasters::LeftToScreen)
-                                 .image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-        QMetaObject::invokeMethod(
-            this,
-            [this, thumb, image] {
-                running_ = false;
-                thumb->image = image;
-                // A thumbnail of a slide that changed meanwhile is no longer shown.
-                if (std::find(thumbs_.begin(), thumbs_.end(), thumb) != thumbs_.end()) UpdateItems();
-                DrawNext();
-            },
-            Qt::QueuedConnection);
-    });
+    while (!queue_.empty()) {
+        const std::shared_ptr<Thumb> thumb = queue_.front();
+        queue_.pop_front();
+        const auto at = std::find(thumbs_.begin(), thumbs_.end(), thumb);
+        if (thumb->slide || at == thumbs_.end()) continue;  // listed twice, or no longer shown
+        // Copied now, not when shown: a show of thousands of slides opens without copying them all.
+        const Slide& slide = slides_->Item(static_cast<int32_t>(at - thumbs_.begin()) + 1);
+        thumb->slide = std::make_shared<const Slide>(slide);
+        thumb->pictureKey = PictureKey(slide);
+        running_ = true;
+        const QSize host = hostPixels_, size = thumbSize_;
+        drawer_.start([this, thumb, copy = thumb->slide, host, size] {
+            Slide slide(*copy);
+            // Drawn at the host's size, as the slide itself, and made smaller.
+            QImage image = RenderSlide(slide, host.width(), host.height(), Rasters::LeftToScreen)
+                               .image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+            QMetaObject::invokeMethod(
+                this,
+                [this, thumb, image = std::move(image)]() mutable {
+                    running_ = false;
+                    thumb->picture = QPixmap::fromImage(std::move(image));
+                    // A thumbnail of a slide that changed meanwhile is no longer shown.
+                    for (std::size_t row = 0; row < thumbs_.size(); ++row)
+                        if (thumbs_[row] == thumb) UpdateRow(static_cast<int>(row));
+                    DrawNext();
+                },
+                Qt::QueuedConnection);
+        });
+        return;
+    }
 }
 
 QImage FormSlidePanel::Thumbnail(int number) const {
     if (number < 1 || number > static_cast<int>(thumbs_.size())) return {};
-    return thumbs_[static_cast<std::size_t>(number) - 1]->image;
+    return thumbs_[static_cast<std::size_t>(number) - 1]->picture.toImage();
 }
 
 }  // namespace kvo

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QtCore/QHash>
 #include <QtCore/QThreadPool>
 #include <QtCore/QTimer>
 #include <QtGui/QImage>
+#include <QtGui/QPixmap>
 #include <QtWidgets/QDockWidget>
 
 #include <deque>
@@ -33,7 +35,9 @@ public:
     ~FormSlidePanel() override;
 
     // Shows these slides (none: nothing), current (1-based) marked, as a host
-    // of hostPixels shows them.
+    // of hostPixels shows them. A slide is copied only when its picture is
+    // drawn, so the collection must stay until the next call; every change
+    // to the slides is followed by one.
     void ShowSlides(const SlideCollection* slides, int current, const QSize& hostPixels);
     // What the right-click offers, for the slide it was made on.
     void SetMenuActions(const QList<QAction*>& actions);
@@ -51,27 +55,35 @@ signals:
 
 private:
     struct Thumb {
-        std::shared_ptr<const Slide> slide;  // the slide as it was drawn
+        std::shared_ptr<const Slide> slide;  // the slide as it was drawn; none until its drawing starts
         std::string pictureKey;              // its picture as it was on disk
-        QImage image;
+        QPixmap picture;
+    };
+    // What a row of the list shows, so that only a row that changes is set again.
+    struct Row {
+        qint64 picture = 0;
+        bool enabled = true;
+        QString text;
     };
 
-    std::shared_ptr<Thumb> ThumbFor(const Slide& slide);
+    std::shared_ptr<Thumb> ThumbFor(const Slide& slide, std::size_t row, const std::vector<std::shared_ptr<Thumb>>& before);
     // Draws what is missing, the current slide's first, one at a time.
     void Schedule();
     void DrawNext();
     void UpdateItems();
+    void UpdateRow(int row);
 
     SlideList* list_;
     QMenu* menu_;
+    const SlideCollection* slides_ = nullptr;
     std::vector<std::shared_ptr<Thumb>> thumbs_;  // one per slide shown, in order
+    std::vector<Row> rows_;
     std::deque<std::shared_ptr<Thumb>> queue_;
     bool running_ = false;
     int current_ = 0;
     QSize hostPixels_;
     QSize thumbSize_;
-    std::vector<bool> enabled_;
-    std::vector<std::string> names_;
+    QHash<quint64, QPixmap> blanks_;  // by colour and greying: thousands of undrawn slides share a few
     QThreadPool drawer_;  // one thread, so that the editor keeps the other cores
 };
 

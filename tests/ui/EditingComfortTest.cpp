@@ -529,6 +529,14 @@ TEST_F(EditingComfortTest, TheSlidePanelShowsGoesToAndReordersTheSlides) {
     Command("mnuSlideEnabled")->trigger();
     EXPECT_EQ(list.item(0)->foreground().color(), list.palette().color(QPalette::Disabled, QPalette::Text));
     EXPECT_TRUE(list.item(0)->text().contains("disabled"));
+    // Moved, a slide takes its picture along and nothing is drawn again.
+    QTRY_VERIFY(!panel.Drawing());
+    const QImage moved = panel.Thumbnail(1), next = panel.Thumbnail(2), stays = panel.Thumbnail(3);
+    Command("mnuSlideDown")->trigger();
+    EXPECT_FALSE(panel.Drawing());
+    EXPECT_EQ(panel.Thumbnail(1), next);
+    EXPECT_EQ(panel.Thumbnail(2), moved);
+    EXPECT_EQ(panel.Thumbnail(3), stays);
 }
 
 }  // namespace
