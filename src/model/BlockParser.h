@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -37,12 +38,11 @@ public:
         if (key.empty()) return -1;
         const int index = slots_[Slot(key, seed_)];
         if (index < 0) return -1;
-        // Byte by byte first, inline: keys are short and mostly written in upper case.
+        // Exact bytes first: keys are short and mostly written in upper case.
         const std::string_view known = keys_[static_cast<std::size_t>(index)];
         if (key.size() != known.size()) return -1;
-        for (std::size_t i = 0; i < key.size(); ++i)
-            if (key[i] != known[i]) return EqualsNoCase(key, known) ? index : -1;
-        return index;
+        if (SameBytes(key.data(), known.data(), key.size())) return index;
+        return EqualsNoCase(key, known) ? index : -1;
     }
 
     // For case labels: the position of a key of the list.
@@ -54,6 +54,20 @@ public:
 
 private:
     static constexpr unsigned kSlotBits = 6;
+
+    // Inline and a word at a time: up to 16 bytes in two overlapping
+    // comparisons, where a call to memcmp would cost more than the bytes.
+    template <typename Word>
+    static Word Load(const char* at) {
+        Word word;
+        std::memcpy(&word, at, sizeof word);
+        return word;
+    }
+    static bool SameBytes(const char* a, const char* b, std::size_t size) {
+        if (size >= 8 && size <= 16) return Load<uint64_t>(a) == Load<uint64_t>(b) && Load<uint64_t>(a + size - 8) == Load<uint64_t>(b + size - 8);
+        if (size >= 4 && size < 8) return Load<uint32_t>(a) == Load<uint32_t>(b) && Load<uint32_t>(a + size - 4) == Load<uint32_t>(b + size - 4);
+        return std::memcmp(a, b, size) == 0;
+    }
 
     static constexpr uint32_t Fold(char c) { return static_cast<unsigned char>(ToUpperAscii(c)); }
     static constexpr std::size_t Slot(std::string_view key, uint32_t seed) {
