@@ -47,11 +47,6 @@ void BinaryStream::OpenWriter(std::string& out, const std::string& fileName) {
     file_.WriteBytes(kMagic.data(), kMagic.size(), "BinaryStream.OpenFile");
 }
 
-bool BinaryStream::GetBoolean() { return file_.ReadInteger("BinaryStream.GetBoolean") != 0; }
-double BinaryStream::GetDouble() { return file_.ReadDouble("BinaryStream.GetDouble"); }
-int16_t BinaryStream::GetInteger() { return file_.ReadInteger("BinaryStream.GetInteger"); }
-int32_t BinaryStream::GetLong() { return file_.ReadLong("BinaryStream.GetLong"); }
-float BinaryStream::GetSingle() { return file_.ReadSingle("BinaryStream.GetSingle"); }
 std::string BinaryStream::GetString() { return file_.ReadString("BinaryStream.GetString"); }
 
 Variant BinaryStream::GetVariant() {

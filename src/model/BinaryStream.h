@@ -40,11 +40,11 @@ public:
     bool OpenReader(std::istream& in, const std::string& fileName);
     void FileClose() { file_.Close(); }
 
-    bool GetBoolean();
-    double GetDouble();
-    int16_t GetInteger();
-    int32_t GetLong();
-    float GetSingle();
+    bool GetBoolean() { return file_.ReadInteger("BinaryStream.GetBoolean") != 0; }
+    double GetDouble() { return file_.ReadDouble("BinaryStream.GetDouble"); }
+    int16_t GetInteger() { return file_.ReadInteger("BinaryStream.GetInteger"); }
+    int32_t GetLong() { return file_.ReadLong("BinaryStream.GetLong"); }
+    float GetSingle() { return file_.ReadSingle("BinaryStream.GetSingle"); }
     // Tags 0, 1, 2, 3, 4, 5, 8 and 11 with their payload; any other tag reads
     // as the Long 10, without a payload.
     Variant GetVariant();

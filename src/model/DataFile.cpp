@@ -161,16 +161,6 @@ void DataFile::WriteBytes(const char* data, std::size_t count, const char* sourc
 template <typename T>
 T DataFile::Read(const char* source) {
     using U = typename Bits<T>::type;
-    // Straight out of the buffer where it holds the item whole.
-    if constexpr (std::endian::native == std::endian::little) {
-        if (bufferEnd_ - bufferAt_ >= sizeof(T)) {
-            T value;
-            std::memcpy(&value, readBuffer_.get() + bufferAt_, sizeof(T));
-            bufferAt_ += sizeof(T);
-            readPosition_ += sizeof(T);
-            return value;
-        }
-    }
     std::array<unsigned char, sizeof(U)> bytes;
     if (bufferEnd_ - bufferAt_ >= sizeof(U)) {
         std::memcpy(bytes.data(), readBuffer_.get() + bufferAt_, sizeof(U));
@@ -209,10 +199,10 @@ void DataFile::Write(T value, const char* source) {
     WriteBytes(bytes.data(), bytes.size(), source);
 }
 
-int16_t DataFile::ReadInteger(const char* source) { return Read<int16_t>(source); }
-int32_t DataFile::ReadLong(const char* source) { return Read<int32_t>(source); }
-float DataFile::ReadSingle(const char* source) { return Read<float>(source); }
-double DataFile::ReadDouble(const char* source) { return Read<double>(source); }
+template int16_t DataFile::Read<int16_t>(const char*);
+template int32_t DataFile::Read<int32_t>(const char*);
+template float DataFile::Read<float>(const char*);
+template double DataFile::Read<double>(const char*);
 void DataFile::WriteInteger(int16_t value, const char* source) { Write(value, source); }
 void DataFile::WriteLong(int32_t value, const char* source) { Write(value, source); }
 void DataFile::WriteSingle(float value, const char* source) { Write(value, source); }

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <fstream>
 #include <memory>
 #include <ostream>
@@ -38,10 +40,10 @@ public:
     // Back (or forward) to a position read before.
     void Seek(uint64_t position);
     void WriteBytes(const char* data, std::size_t count, const char* source);
-    int16_t ReadInteger(const char* source);
-    int32_t ReadLong(const char* source);
-    float ReadSingle(const char* source);
-    double ReadDouble(const char* source);
+    int16_t ReadInteger(const char* source) { return ReadItem<int16_t>(source); }
+    int32_t ReadLong(const char* source) { return ReadItem<int32_t>(source); }
+    float ReadSingle(const char* source) { return ReadItem<float>(source); }
+    double ReadDouble(const char* source) { return ReadItem<double>(source); }
     // A 16-bit count, then the bytes; a count of 0 or less is "".
     std::string ReadString(const char* source);
     void WriteInteger(int16_t value, const char* source);
@@ -54,6 +56,21 @@ public:
     static void CheckStringLength(std::string_view value, const char* source);
 
 private:
+    // Inline where the buffer holds the item whole on a little-endian host: a
+    // call per field cost as much as the field.
+    template <typename T>
+    T ReadItem(const char* source) {
+        if constexpr (std::endian::native == std::endian::little) {
+            if (bufferEnd_ - bufferAt_ >= sizeof(T)) {
+                T value;
+                std::memcpy(&value, readBuffer_.get() + bufferAt_, sizeof(T));
+                bufferAt_ += sizeof(T);
+                readPosition_ += sizeof(T);
+                return value;
+            }
+        }
+        return Read<T>(source);
+    }
     template <typename T>
     T Read(const char* source);
     void MeasureSize();
