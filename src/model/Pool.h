@@ -5,7 +5,6 @@
 #include <memory>
 #include <new>
 #include <utility>
-#include <vector>
 
 namespace kvo {
 
@@ -25,6 +24,13 @@ public:
     Pool() = default;
     Pool(const Pool&) = delete;
     Pool& operator=(const Pool&) = delete;
+    ~Pool() {
+        while (blocks_ != nullptr) {
+            auto* bytes = reinterpret_cast<std::byte*>(blocks_);
+            blocks_ = blocks_->previous;
+            delete[] bytes;
+        }
+    }
 
     // Room for count more objects in one block; freed slots are taken first.
     void Reserve(std::size_t count) {
@@ -64,12 +70,21 @@ private:
         --room_;
         return next_++;
     }
+    // A block's slots lie behind the link to the block before it: one
+    // allocation each, where a list of blocks cost one more per collection.
+    struct Block {
+        Block* previous;
+    };
+    static constexpr std::size_t kSlotsAt = (sizeof(Block) + alignof(Slot) - 1) / alignof(Slot) * alignof(Slot);
+    static_assert(alignof(Slot) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
     void NewBlock(std::size_t count) {
-        next_ = blocks_.emplace_back(std::make_unique_for_overwrite<Slot[]>(count)).get();
+        std::byte* bytes = new std::byte[kSlotsAt + count * sizeof(Slot)];
+        blocks_ = ::new (bytes) Block{blocks_};
+        next_ = std::launder(reinterpret_cast<Slot*>(bytes + kSlotsAt));
         room_ = lastBlock_ = count;
     }
 
-    std::vector<std::unique_ptr<Slot[]>> blocks_;
+    Block* blocks_ = nullptr;
     Slot* next_ = nullptr;
     std::size_t room_ = 0;
     std::size_t lastBlock_ = 0;
