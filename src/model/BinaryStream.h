@@ -49,6 +49,7 @@ public:
     // as the Long 10, without a payload.
     Variant GetVariant();
     std::string GetString();
+    void GetString(std::string& into) { file_.ReadString(into, "BinaryStream.GetString"); }
 
     void WriteBoolean(bool value);
     void WriteDouble(double value);

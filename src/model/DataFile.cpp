@@ -209,18 +209,22 @@ void DataFile::WriteSingle(float value, const char* source) { Write(value, sourc
 void DataFile::WriteDouble(double value, const char* source) { Write(value, source); }
 
 std::string DataFile::ReadString(const char* source) {
+    std::string text;
+    ReadString(text, source);
+    return text;
+}
+
+void DataFile::ReadString(std::string& into, const char* source) {
     const int16_t count = ReadInteger(source);
-    if (count <= 0) return {};
-    const auto size = static_cast<std::size_t>(count);
+    const auto size = static_cast<std::size_t>(std::max<int16_t>(count, 0));
     if (bufferEnd_ - bufferAt_ >= size) {
-        std::string text(readBuffer_.get() + bufferAt_, size);
+        into.assign(readBuffer_.get() + bufferAt_, size);
         bufferAt_ += size;
         readPosition_ += size;
-        return text;
+        return;
     }
-    std::string text(size, '\0');
-    ReadBytes(text.data(), text.size(), source);
-    return text;
+    into.resize(size);
+    ReadBytes(into.data(), size, source);
 }
 
 void DataFile::CheckStringLength(std::string_view value, const char* source) {

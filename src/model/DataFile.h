@@ -46,6 +46,9 @@ public:
     double ReadDouble(const char* source) { return ReadItem<double>(source); }
     // A 16-bit count, then the bytes; a count of 0 or less is "".
     std::string ReadString(const char* source);
+    // The same into a string of the caller's, which a cell's or icon's field
+    // takes without a string made and moved for each.
+    void ReadString(std::string& into, const char* source);
     void WriteInteger(int16_t value, const char* source);
     void WriteLong(int32_t value, const char* source);
     void WriteSingle(float value, const char* source);

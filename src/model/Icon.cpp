@@ -148,7 +148,7 @@ void Icon::LoadFromBinary(BinaryStream& stream, int32_t version) {
     bendPoint_ = stream.GetInteger();
     isVertical_ = stream.GetBoolean();
     displayDigits_ = stream.GetInteger();
-    fontName_ = stream.GetString();
+    stream.GetString(fontName_);
     fontSize_ = stream.GetInteger();
     fontBold_ = stream.GetBoolean();
     fontColor_ = stream.GetLong();

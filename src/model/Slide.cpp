@@ -87,9 +87,9 @@ void Slide::SaveToFile(std::string& out) const {
 }
 
 void Slide::LoadFromBinary(BinaryStream& stream, int32_t version) {
-    name_ = stream.GetString();
+    stream.GetString(name_);
     enabled_ = stream.GetBoolean();
-    pictureFile_ = stream.GetString();
+    stream.GetString(pictureFile_);
     backColor_ = stream.GetLong();
     left_ = stream.GetInteger();
     top_ = stream.GetInteger();

@@ -90,7 +90,7 @@ void Value::SaveToFile(std::string& out) const {
 }
 
 void Value::LoadFromBinary(BinaryStream& stream, int32_t version) {
-    type_ = stream.GetString();
+    stream.GetString(type_);
     symbol_ = stream.GetInteger();
     row_ = stream.GetInteger();
     column_ = stream.GetInteger();
