@@ -20,6 +20,17 @@ namespace kvo {
 
 namespace {
 
+// Room for a whole save, told by the counts of its records: grown by doubling,
+// a large show's bytes were copied and their pages touched afresh at each step.
+std::size_t ExpectedBytes(const SlideCollection& slides, std::size_t perSlide, std::size_t perIcon, std::size_t perCell) {
+    std::size_t bytes = 1024;
+    for (const auto& slide : slides) {
+        bytes += perSlide + perIcon * static_cast<std::size_t>(slide->Icons().Count());
+        for (const auto& icon : slide->Icons()) bytes += perCell * static_cast<std::size_t>(icon->Values().Count());
+    }
+    return bytes;
+}
+
 // The version between the first and second "|" of a binary header; 0 when
 // there is none or it is no number.
 int32_t HeaderVersion(const std::string& header) {
@@ -154,6 +165,7 @@ void SlideShow::ReadBinaryRecord(BinaryStream& stream) {
 }
 
 void SlideShow::WriteText(std::string& out) const {
+    out.reserve(out.size() + ExpectedBytes(slides_, 512, 512, 256));
     out += "BLOCK SlideShow\r\n";
     AppendLine(out, "\tNAME=", TextValue(name_, "NAME"));
     AppendLine(out, "\tDESCRIPTION=", TextValue(description_, "DESCRIPTION"));
@@ -172,6 +184,7 @@ void SlideShow::SaveToFile(const std::string& fileName) {
 }
 
 void SlideShow::WriteBinary(std::string& out) const {
+    out.reserve(out.size() + ExpectedBytes(slides_, 256, 128, 96));
     BinaryStream stream;
     stream.OpenWriter(out, "slide show");
     stream.WriteString(kBinaryHeader);
