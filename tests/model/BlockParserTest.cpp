@@ -80,17 +80,6 @@ TEST_F(BlockParserTest, LineKindsAndCaseRules) {
     EXPECT_EQ(parser.CurrentLine(), 15);
 }
 
-TEST_F(BlockParserTest, EachPairOfPropertiesDescribesTheLastLineOfItsKind) {
-    auto& parser = Open("BLOCK Slide One\nKEY=v\nEND\n");
-    parser.GetToken();
-    parser.GetToken();
-    parser.GetToken();
-    EXPECT_EQ(parser.BlockType(), "SLIDE");
-    EXPECT_EQ(parser.BlockName(), "One");
-    EXPECT_EQ(parser.Key(), "KEY");
-    EXPECT_EQ(parser.Value(), "v");
-}
-
 // The file is read a piece at a time: lines across the seams, a line longer
 // than a piece, and properties of the other kind kept while the buffer moves on.
 TEST_F(BlockParserTest, LargeFilesReadLikeSmallOnes) {
@@ -172,12 +161,6 @@ TEST_F(BlockParserTest, ReopeningStartsOverAndClosingTwiceIsHarmless) {
 
 TEST_F(BlockParserTest, ClassifiersWorkOnAnyString) {
     BlockParser parser;
-    EXPECT_TRUE(parser.ParseBlock("block icon  First Icon"));
-    EXPECT_EQ(parser.BlockType(), "ICON");
-    EXPECT_EQ(parser.BlockName(), "First");
-    EXPECT_TRUE(parser.ParseBlock("BLOCK"));
-    EXPECT_EQ(parser.BlockType(), "");
-    EXPECT_EQ(parser.BlockName(), "");
     EXPECT_FALSE(parser.ParseBlock("BLOCKS Icon"));
     EXPECT_FALSE(parser.ParseBlock(""));
     EXPECT_TRUE(parser.ParseEnd("eNd"));

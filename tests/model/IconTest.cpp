@@ -108,11 +108,6 @@ TEST_F(IconTest, TextReaderErrorsNameTheBlockAndTheLine) {
     EXPECT_EQ(wrongBlock.Source(), LoadResString(Str::IconLoadTitle));
     EXPECT_EQ(wrongBlock.Description(), FormatResString(Str::LoadUnexpectedBlock, {"BLOCK", 3, "VALUE", "SLIDE"}));
 
-    test::ParserOn unterminated("BLOCK Icon\nLEFT=1\nBLOCK Value\nROW=2\n");
-    const Error endsInside = RaisedBy([&] { Icon().LoadFromFile(unterminated.parser); });
-    EXPECT_EQ(endsInside.Number(), 1001);
-    EXPECT_EQ(endsInside.Description(), FormatResString(Str::LoadEndsInsideBlock, {"Icon", 4}));
-
     test::ParserOn badColour("BLOCK Icon\nFONTCOLOR=red\nEND\n");
     EXPECT_EQ(RaisedBy([&] { Icon().LoadFromFile(badColour.parser); }).Number(), 13);
 }

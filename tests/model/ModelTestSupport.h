@@ -9,6 +9,7 @@
 #include "TestSupport.h"
 #include "model/BlockParser.h"
 #include "model/HostReport.h"
+#include "model/SlideShow.h"
 #include "services/Error.h"
 #include "services/Prompt.h"
 
@@ -157,6 +158,12 @@ private:
     TempDir dir_;
     std::string path_ = dir_.File("block.txt");
 };
+
+inline std::string TextOf(const SlideShow& show) {
+    std::string out;
+    show.WriteText(out);
+    return out;
+}
 
 // Runs call and returns the error it raised (number 0 when none came).
 template <typename F>

@@ -14,11 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string TextOf(const SlideShow& show) {
-    std::string out;
-    show.WriteText(out);
-    return out;
-}
+using test::TextOf;
 
 void Age(const std::string& path, std::chrono::seconds by) { fs::last_write_time(path, fs::last_write_time(path) - by); }
 

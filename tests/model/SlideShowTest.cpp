@@ -20,6 +20,7 @@ namespace kvo {
 namespace {
 
 using test::RaisedBy;
+using test::TextOf;
 
 // A show with something of everything the formats carry.
 void Fill(SlideShow& show) {
@@ -54,12 +55,6 @@ protected:
         show_.Initialize();
         show_.LoadFromFile(path_);
         return show_;
-    }
-
-    std::string TextOf(const SlideShow& show) {
-        std::string out;
-        show.WriteText(out);
-        return out;
     }
 
     test::TempDir dir_;
@@ -158,16 +153,22 @@ TEST_F(SlideShowTest, FileErrorsAreMessagesInTheLanguageOfTheTexts) {
               "Die Datei \"" + binary + "\" endet vor ihrem Inhalt: Sie ist beschädigt oder wurde abgeschnitten.");
 }
 
+// Each block's reader names itself and the last line it read.
 TEST_F(SlideShowTest, FilesEndingInsideABlockFailAtEveryDepth) {
-    for (const char* text : {
-             "BLOCK SlideShow\nNAME=x\n",
-             "BLOCK SlideShow\nBLOCK Slide\nNAME=s\n",
-             "BLOCK SlideShow\nBLOCK Slide\nBLOCK Icon\nLEFT=5\n",
-             "BLOCK SlideShow\nBLOCK Slide\nBLOCK Icon\nBLOCK Value\nROW=2\n",
-         }) {
-        const Error error = RaisedBy([&] { Load(text); });
-        EXPECT_EQ(error.Number(), 1001) << text;
-        EXPECT_NE(error.Description().find("ends inside"), std::string::npos) << error.Description();
+    const struct {
+        const char* text;
+        const char* block;
+        int line;
+    } cases[] = {
+        {"BLOCK SlideShow\nNAME=x\n", "SlideShow", 2},
+        {"BLOCK SlideShow\nBLOCK Slide\nNAME=s\n", "Slide", 3},
+        {"BLOCK SlideShow\nBLOCK Slide\nBLOCK Icon\nLEFT=5\n", "Icon", 4},
+        {"BLOCK SlideShow\nBLOCK Slide\nBLOCK Icon\nBLOCK Value\nROW=2\n", "Icon", 5},  // a cell leaves it to its icon
+    };
+    for (const auto& c : cases) {
+        const Error error = RaisedBy([&] { Load(c.text); });
+        EXPECT_EQ(error.Number(), 1001) << c.text;
+        EXPECT_EQ(error.Description(), path_ + ": " + FormatResString(Str::LoadEndsInsideBlock, {c.block, c.line}));
     }
 }
 

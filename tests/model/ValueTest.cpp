@@ -65,14 +65,6 @@ TEST_F(ValueTest, FreshCellSavesItsDefaults) {
               "\t\t\tEND\r\n");
 }
 
-TEST_F(ValueTest, PercentageIsWholePercentOverAStoredFraction) {
-    Value value;
-    EXPECT_EQ(value.Percentage(), 80);
-    value.SetPercentage(55);
-    EXPECT_EQ(value.Percentage(), 55);
-    EXPECT_NE(Saved(value).find("\tPERCENTAGE=0.55\r\n"), std::string::npos);
-}
-
 TEST_F(ValueTest, ClassificationAtFractionPointEightHasInclusiveBounds) {
     const struct {
         double deviation;
@@ -341,10 +333,11 @@ TEST_F(ValueTest, TextBlockErrors) {
 }
 
 TEST_F(ValueTest, CellsRoundTripThroughBothFormats) {
-    Value original = Updated(0.0871, 4);
+    Value original = Updated(0.0871, 4, 55);
     original.SetGeometricSymbol(5);
     original.SetValueType("DA");
     const std::string text = Saved(original);
+    EXPECT_NE(text.find("\tPERCENTAGE=0.55\r\n"), std::string::npos);  // a whole percent over a stored fraction
     test::ParserOn on(text);
     Value fromText;
     fromText.LoadFromFile(on.parser);

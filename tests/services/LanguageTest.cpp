@@ -6,7 +6,6 @@
 #include "services/Help.h"
 #include "services/Paths.h"
 #include "services/RegEntry.h"
-#include "services/StringIds.h"
 
 namespace kvo {
 namespace {
@@ -116,15 +115,6 @@ TEST_F(LanguageTest, FontSizesHaveAMinimumByLanguage) {
     EXPECT_EQ(LanguageFontSize(1031, 7), 8);
     EXPECT_EQ(LanguageFontSize(1031, 8), 8);
     EXPECT_EQ(LanguageFontSize(1033, 8.25), 8.25);
-}
-
-TEST_F(LanguageTest, ShippedGermanTextsAreUsedFor1031) {
-    SetEditorDirectory(EditorDataDirectory());
-    SetLanguage(1031);
-    EXPECT_EQ(LoadResString(Str::ButtonCancel), "Abbrechen");
-    SetLanguage(1033);
-    EXPECT_EQ(LoadResString(Str::ButtonCancel), "Cancel");
-    EXPECT_EQ(FormatResString(Str::PropertiesSlideCount, {3}), "Slides: 3");
 }
 
 TEST_F(LanguageTest, HelpFileCandidatesAreTriedInOrder) {

@@ -20,11 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string TextOf(const SlideShow& show) {
-    std::string out;
-    show.WriteText(out);
-    return out;
-}
+using test::TextOf;
 
 class DocumentSessionTest : public ::testing::Test {
 protected:

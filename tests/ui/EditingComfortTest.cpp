@@ -14,38 +14,14 @@
 
 #include "PictureBytes.h"
 #include "UiTestSupport.h"
-#include "model/ModelTestSupport.h"
-#include "model/SlideShow.h"
 #include "services/RegEntry.h"
-#include "ui/FormMain.h"
 #include "ui/FormSlidePanel.h"
-#include "ui/SlideHost.h"
 #include "view/Colors.h"
 #include "view/IconView.h"
 #include "view/SlideView.h"
 
 namespace kvo {
 namespace {
-
-// A show of two slides, the first with one icon that has something of everything.
-void SaveShow(const std::string& file) {
-    SlideShow show;
-    Slide& first = show.Slides().Add();
-    first.SetName("A");
-    Icon& icon = first.Icons().Add();
-    icon.SetSequenceNumber(7);
-    icon.SetLeft(300);
-    icon.SetTop(300);
-    icon.SetLeaderColor(0x0000FF);
-    icon.SetFontSize(14);
-    icon.SetNameColor(0x00FFFF);
-    Value& cell = icon.Values().Add();
-    cell.SetRow(3);
-    cell.SetColumn(2);
-    cell.SetGeometricSymbol(5);
-    show.Slides().Add().SetName("B");
-    show.SaveToFile(file);
-}
 
 // Everything of an icon but where it is.
 void ExpectSameButPlace(const Icon& copy, const Icon& original) {
@@ -55,13 +31,26 @@ void ExpectSameButPlace(const Icon& copy, const Icon& original) {
     EXPECT_EQ(moved, original);
 }
 
-class EditingComfortTest : public ::testing::Test {
+// A show of two slides, the first with one icon that has something of everything.
+class EditingComfortTest : public test::WindowTest {
 protected:
     void SetUp() override {
-        SaveShow(file_);
-        window_.resize(900, 700);
-        window_.show();
-        window_.OpenDocument(file_);
+        SlideShow show;
+        Slide& first = show.Slides().Add();
+        first.SetName("A");
+        Icon& icon = first.Icons().Add();
+        icon.SetSequenceNumber(7);
+        icon.SetLeft(300);
+        icon.SetTop(300);
+        icon.SetLeaderColor(0x0000FF);
+        icon.SetFontSize(14);
+        icon.SetNameColor(0x00FFFF);
+        Value& cell = icon.Values().Add();
+        cell.SetRow(3);
+        cell.SetColumn(2);
+        cell.SetGeometricSymbol(5);
+        show.Slides().Add().SetName("B");
+        Open(show);
         window_.activateWindow();
         ASSERT_TRUE(QTest::qWaitForWindowActive(&window_));
     }
@@ -69,8 +58,6 @@ protected:
     Slide& SlideAt(int number) { return window_.Document()->Slides().Item(number); }
     Icon& IconAt(int number) { return SlideAt(window_.CurrentSlide()).Icons().Item(number); }
     SlideHost& Host() { return window_.Host(); }
-    QWidget* Surface(int index) { return Host().findChild<QWidget*>(QString("picIcon%1").arg(index)); }
-    QAction* Command(const char* name) { return window_.findChild<QAction*>(name); }
     void Key(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
         QTest::keyClick(&window_, static_cast<Qt::Key>(key), modifiers);
     }
@@ -82,12 +69,6 @@ protected:
                 EXPECT_FALSE(Surface(views.Item(i).Index())->geometry().intersects(Surface(views.Item(j).Index())->geometry()))
                     << i << " and " << j;
     }
-
-    test::TempDir dir_;
-    test::ScopedEnv store_{"ORLANVEX_REGISTRY", dir_.File("registry.reg")};
-    std::string file_ = dir_.File("show.pdz");
-    test::RecordingPrompt prompt_;
-    FormMain window_;
 };
 
 TEST_F(EditingComfortTest, SelectedIconsMoveWithTheKeysAndAreDeletedAsOneStep) {
@@ -475,7 +456,7 @@ TEST_F(EditingComfortTest, TheSlidePanelShowsGoesToAndReordersTheSlides) {
     QTest::mouseClick(list.viewport(), Qt::LeftButton, Qt::NoModifier, centre(1));
     EXPECT_EQ(window_.CurrentSlide(), 2);
 
-    // The first slide dragged below the last: as Down twice, in one step.
+    // The first slide dragged below the last, in one step.
     const QPoint below = list.visualItemRect(list.item(2)).bottomLeft() + QPoint(20, -3);
     QTest::mousePress(list.viewport(), Qt::LeftButton, Qt::NoModifier, centre(0));
     QTest::mouseMove(list.viewport(), centre(1));
@@ -486,12 +467,6 @@ TEST_F(EditingComfortTest, TheSlidePanelShowsGoesToAndReordersTheSlides) {
     EXPECT_TRUE(list.item(2)->text().contains("A"));
     Key(Qt::Key_Z, Qt::ControlModifier);
     EXPECT_EQ(names(), "ABC");
-    window_.ShowSlide(1);
-    Command("mnuSlideDown")->trigger();
-    Command("mnuSlideDown")->trigger();
-    EXPECT_EQ(names(), "BCA");
-    Key(Qt::Key_Z, Qt::ControlModifier);
-    Key(Qt::Key_Z, Qt::ControlModifier);
     // Dropped on its own place, nothing moves and no step is made.
     const int steps = window_.Session().UndoStack().count();
     QTest::mousePress(list.viewport(), Qt::LeftButton, Qt::NoModifier, centre(1));

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <QtGui/QMouseEvent>
 #include <QtGui/QUndoStack>
 #include <QtTest/QTest>
 #include <QtWidgets/QLabel>
@@ -11,23 +10,15 @@
 #include <sstream>
 
 #include "UiTestSupport.h"
-#include "model/ModelTestSupport.h"
-#include "model/SlideShow.h"
 #include "services/Paths.h"
 #include "ui/FormHelp.h"
-#include "ui/FormMain.h"
 #include "ui/FormPreview.h"
-#include "ui/SlideHost.h"
 #include "view/SlideView.h"
 
 namespace kvo {
 namespace {
 
-std::string TextOf(const SlideShow& show) {
-    std::string out;
-    show.WriteText(out);
-    return out;
-}
+using test::TextOf;
 
 std::string Shown(const Slide& slide, const char* icon, int row) {
     for (const auto& each : slide.Icons())
@@ -37,7 +28,7 @@ std::string Shown(const Slide& slide, const char* icon, int row) {
     return "(none)";
 }
 
-class ReportUiTest : public ::testing::Test {
+class ReportUiTest : public test::WindowTest {
 protected:
     ReportUiTest() {
         window_.resize(900, 700);
@@ -47,12 +38,8 @@ protected:
 
     QLabel* State() { return window_.findChild<QLabel*>("sbMainState"); }
 
-    test::TempDir dir_;
-    test::ScopedEnv store_{"ORLANVEX_REGISTRY", dir_.File("registry.reg")};
     std::string sample_ = JoinPath(EditorDataDirectory(), "samples/GearHousing.pdz");
     std::string report_ = JoinPath(EditorDataDirectory(), "samples/GearHousing-part7.rpt");
-    test::RecordingPrompt prompt_;
-    FormMain window_;
 };
 
 TEST_F(ReportUiTest, EvaluatingAndAveragingAreStepsThatRecolourTheShow) {

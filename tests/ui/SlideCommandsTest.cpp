@@ -9,12 +9,9 @@
 
 #include "PictureBytes.h"
 #include "UiTestSupport.h"
-#include "model/ModelTestSupport.h"
-#include "model/SlideShow.h"
 #include "services/Language.h"
 #include "services/Paths.h"
 #include "services/StringIds.h"
-#include "ui/FormMain.h"
 #include "ui/FormPosition.h"
 #include "view/SlideView.h"
 
@@ -23,15 +20,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class SlideCommandsTest : public ::testing::Test {
+class SlideCommandsTest : public test::WindowTest {
 protected:
     void SetUp() override {
         SlideShow show;
         for (const char* name : {"A", "B", "C"}) show.Slides().Add().SetName(name);
-        show.SaveToFile(file_);
-        window_.resize(900, 700);
-        window_.show();
-        window_.OpenDocument(file_);
+        Open(show);
     }
 
     std::string Names() const {
@@ -40,12 +34,6 @@ protected:
         return names;
     }
     std::string Shown() const { return window_.View().CurrentSlide()->Name(); }
-
-    test::TempDir dir_;
-    test::ScopedEnv store_{"ORLANVEX_REGISTRY", dir_.File("registry.reg")};
-    std::string file_ = dir_.File("show.pdz");
-    test::RecordingPrompt prompt_;
-    FormMain window_;
 };
 
 TEST_F(SlideCommandsTest, NavigationMovesOnlyWhereThereIsASlide) {

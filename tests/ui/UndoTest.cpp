@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <QtCore/QProcess>
-#include <QtGui/QMouseEvent>
 #include <QtGui/QUndoStack>
 #include <QtTest/QTest>
 #include <QtWidgets/QLineEdit>
@@ -13,29 +12,16 @@
 
 #include "PictureBytes.h"
 #include "UiTestSupport.h"
-#include "model/ModelTestSupport.h"
-#include "model/SlideShow.h"
-#include "ui/FormMain.h"
-#include "ui/SlideHost.h"
 #include "view/IconView.h"
 #include "view/SlideView.h"
 
 namespace kvo {
 namespace {
 
+using test::Send;
+using test::TextOf;
 
-void Send(QWidget* widget, QEvent::Type type, QPoint at, Qt::MouseButton button, Qt::MouseButtons buttons) {
-    QMouseEvent event(type, QPointF(at), QPointF(widget->mapToGlobal(at)), button, buttons, Qt::NoModifier);
-    QApplication::sendEvent(widget, &event);
-}
-
-std::string TextOf(const SlideShow& show) {
-    std::string out;
-    show.WriteText(out);
-    return out;
-}
-
-class UndoTest : public ::testing::Test {
+class UndoTest : public test::WindowTest {
 protected:
     void SetUp() override {
         test::WriteFile(picture_, test::Bmp(160, 120));
@@ -49,16 +35,10 @@ protected:
         numbered.SetLeaderX(500);
         numbered.SetLeaderY(500);
         first.Icons().Add().SetFeatureName("BORE1");
-        show.SaveToFile(file_);
-        window_.resize(900, 700);
-        window_.show();
-        window_.OpenDocument(file_);
-        QApplication::processEvents();
+        Open(show);
     }
 
     std::string Text() const { return TextOf(*window_.Document()); }
-    QAction* Action(const char* name) { return window_.findChild<QAction*>(name); }
-    QWidget* Surface(int index) { return window_.Host().findChild<QWidget*>(QString("picIcon%1").arg(index)); }
     void Choose(int icon, const char* entry) {
         Send(Surface(icon), QEvent::MouseButtonPress, QPoint(3, 3), Qt::RightButton, Qt::RightButton);
         Send(Surface(icon), QEvent::MouseButtonRelease, QPoint(3, 3), Qt::RightButton, Qt::NoButton);
@@ -84,28 +64,23 @@ protected:
         const int slideAfter = window_.CurrentSlide();
         ASSERT_NE(after, before) << step;
         ASSERT_EQ(window_.Session().UndoStack().count(), steps + 1) << step;
-        EXPECT_EQ(Action("mnuEditUndo")->text(), "&Undo " + name);
+        EXPECT_EQ(Command("mnuEditUndo")->text(), "&Undo " + name);
         EXPECT_FALSE(window_.Saved()) << step;
 
-        Action("mnuEditUndo")->trigger();
+        Command("mnuEditUndo")->trigger();
         EXPECT_EQ(Text(), before) << step;
         EXPECT_EQ(window_.CurrentSlide(), slideBefore) << step;
         EXPECT_EQ(window_.View().CurrentSlide(), &window_.Document()->Slides().Item(slideBefore)) << step;
         ExpectViewsMatch(step);
-        EXPECT_EQ(Action("mnuEditRedo")->text(), "&Redo " + name);
+        EXPECT_EQ(Command("mnuEditRedo")->text(), "&Redo " + name);
 
-        Action("mnuEditRedo")->trigger();
+        Command("mnuEditRedo")->trigger();
         EXPECT_EQ(Text(), after) << step;
         EXPECT_EQ(window_.CurrentSlide(), slideAfter) << step;
         ExpectViewsMatch(step);
     }
 
-    test::TempDir dir_;
-    test::ScopedEnv store_{"ORLANVEX_REGISTRY", dir_.File("registry.reg")};
     std::string picture_ = dir_.File("plan.bmp");
-    std::string file_ = dir_.File("show.pdz");
-    test::RecordingPrompt prompt_;
-    FormMain window_;
 };
 
 TEST_F(UndoTest, EveryKindOfEditIsOneStepThatUndoesAndRedoes) {
@@ -219,10 +194,10 @@ TEST_F(UndoTest, ChangesKeptDeliberatelyWithoutAStepStayUnsaved) {
     window_.Session().UndoStack().redo();
     Send(Surface(1), QEvent::MouseButtonPress, QPoint(5, 5), Qt::LeftButton, Qt::LeftButton);
     Send(Surface(1), QEvent::MouseMove, QPoint(60, 40), Qt::NoButton, Qt::LeftButton);
-    Action("mnuEditUndo")->trigger();
+    Command("mnuEditUndo")->trigger();
     EXPECT_EQ(window_.Session().UndoStack().index(), 1);
     Send(Surface(1), QEvent::MouseButtonRelease, QPoint(60, 40), Qt::LeftButton, Qt::NoButton);
-    Action("mnuEditUndo")->trigger();  // the drag
+    Command("mnuEditUndo")->trigger();  // the drag
     EXPECT_EQ(window_.Session().UndoStack().index(), 1);
 }
 
