@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "services/Error.h"
+
 namespace kvo::test {
 
 // A fresh directory, removed with everything in it at the end of the test.
@@ -42,5 +44,16 @@ std::string SourcePath(std::string_view relative);
 
 // Runs a command through the shell; returns its exit status and fills output.
 int RunCommand(const std::string& command, std::string* output = nullptr);
+
+// Runs call and returns the error it raised (number 0 when none came).
+template <typename F>
+Error RaisedBy(F&& call) {
+    try {
+        call();
+    } catch (const Error& error) {
+        return error;
+    }
+    return Error(0, "", "no error raised");
+}
 
 }  // namespace kvo::test

@@ -165,15 +165,4 @@ inline std::string TextOf(const SlideShow& show) {
     return out;
 }
 
-// Runs call and returns the error it raised (number 0 when none came).
-template <typename F>
-Error RaisedBy(F&& call) {
-    try {
-        call();
-    } catch (const Error& error) {
-        return error;
-    }
-    return Error(0, "", "no error raised");
-}
-
 }  // namespace kvo::test

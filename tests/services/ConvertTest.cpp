@@ -6,26 +6,19 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <functional>
 #include <limits>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "services/Error.h"
+#include "TestSupport.h"
 #include "services/Language.h"
 
 namespace kvo {
 namespace {
 
-template <typename F>
-int32_t ErrorNumberOf(F&& call) {
-    try {
-        call();
-    } catch (const Error& error) {
-        return error.Number();
-    }
-    return 0;
-}
+using test::RaisedBy;
 
 TEST(Convert, WholeNumbersRoundHalfToEvenAndAcceptTheClassicForms) {
     const struct {
@@ -45,29 +38,25 @@ TEST(Convert, BadTextIsTypeMismatchAndTooLargeIsOverflow) {
     for (const char* text : {"", " ", "abc", "12abc", "1e", "True", "1,5", "--1", "1.2.3", "&H", "&HZZ", "e5", ".", "inf",
                              "-nan", "0x1p3", "+-1", "1e+-2", "1d"})
     {
-        EXPECT_EQ(ErrorNumberOf([&] { ToInteger(text); }), ErrorNumber::TypeMismatch) << '"' << text << '"';
-        EXPECT_EQ(ErrorNumberOf([&] { ToDouble(text); }), ErrorNumber::TypeMismatch) << '"' << text << '"';
+        EXPECT_EQ(RaisedBy([&] { ToInteger(text); }).Number(), ErrorNumber::TypeMismatch) << '"' << text << '"';
+        EXPECT_EQ(RaisedBy([&] { ToDouble(text); }).Number(), ErrorNumber::TypeMismatch) << '"' << text << '"';
     }
     for (const char* text : {"32767.5", "32768", "-32769", "1e10", "&H10000", "1.#INF"})
-        EXPECT_EQ(ErrorNumberOf([&] { ToInteger(text); }), ErrorNumber::Overflow) << text;
-    EXPECT_EQ(ErrorNumberOf([] { ToLong("2147483648"); }), ErrorNumber::Overflow);
-    EXPECT_EQ(ErrorNumberOf([] { ToByte("256"); }), ErrorNumber::Overflow);
-    EXPECT_EQ(ErrorNumberOf([] { ToByte("-1"); }), ErrorNumber::Overflow);
-    EXPECT_EQ(ErrorNumberOf([] { ToSingle("1e39"); }), ErrorNumber::Overflow);
-    EXPECT_EQ(ErrorNumberOf([] { ToDouble("1e400"); }), ErrorNumber::Overflow);
-    EXPECT_EQ(ErrorNumberOf([] { RoundToInteger(32767.5); }), ErrorNumber::Overflow);
-    EXPECT_EQ(ErrorNumberOf([] { RoundToLong(std::nan("")); }), ErrorNumber::Overflow);
+        EXPECT_EQ(RaisedBy([&] { ToInteger(text); }).Number(), ErrorNumber::Overflow) << text;
+    EXPECT_EQ(RaisedBy([] { ToLong("2147483648"); }).Number(), ErrorNumber::Overflow);
+    EXPECT_EQ(RaisedBy([] { ToByte("256"); }).Number(), ErrorNumber::Overflow);
+    EXPECT_EQ(RaisedBy([] { ToByte("-1"); }).Number(), ErrorNumber::Overflow);
+    EXPECT_EQ(RaisedBy([] { ToSingle("1e39"); }).Number(), ErrorNumber::Overflow);
+    EXPECT_EQ(RaisedBy([] { ToDouble("1e400"); }).Number(), ErrorNumber::Overflow);
+    EXPECT_EQ(RaisedBy([] { RoundToInteger(32767.5); }).Number(), ErrorNumber::Overflow);
+    EXPECT_EQ(RaisedBy([] { RoundToLong(std::nan("")); }).Number(), ErrorNumber::Overflow);
 }
 
 TEST(Convert, ErrorsAreMessagesInTheLanguageOfTheTextsAndNameTheText) {
-    const auto description = [](auto call) {
-        try {
-            call();
-        } catch (const Error& error) {
-            EXPECT_NE(std::string(error.what()).find("error " + std::to_string(error.Number())), std::string::npos);
-            return error.Description();
-        }
-        return std::string("no error");
+    const auto description = [](const std::function<void()>& call) {
+        const Error error = RaisedBy(call);
+        EXPECT_NE(std::string(error.what()).find("error " + std::to_string(error.Number())), std::string::npos);
+        return error.Description();
     };
     SetLanguage(1031);
     InitResources();
@@ -129,7 +118,7 @@ TEST(Convert, BooleansFromWordsInAnyCaseOrFromNumbers) {
         EXPECT_TRUE(ToBoolean(text)) << text;
     for (const char* text : {"False", "FALSE", "false", "0", "0.0", " 0 ", "-0"}) EXPECT_FALSE(ToBoolean(text)) << text;
     for (const char* text : {"yes", "no", "", "T", "Truth"})
-        EXPECT_EQ(ErrorNumberOf([&] { ToBoolean(text); }), ErrorNumber::TypeMismatch) << text;
+        EXPECT_EQ(RaisedBy([&] { ToBoolean(text); }).Number(), ErrorNumber::TypeMismatch) << text;
 }
 
 TEST(Convert, DoublesAreWrittenInTheirShortestFormAndReadBack) {

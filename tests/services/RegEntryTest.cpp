@@ -5,26 +5,15 @@
 #include <filesystem>
 
 #include "TestSupport.h"
-#include "services/Error.h"
 #include "services/Language.h"
 
 namespace kvo {
 namespace {
 
+using test::RaisedBy;
+
 class RegEntryTest : public ::testing::Test {
 protected:
-    // Runs call and returns the error it raised; fails the test when none came.
-    template <typename F>
-    Error Raised(F&& call) {
-        try {
-            call();
-        } catch (const Error& error) {
-            return error;
-        }
-        ADD_FAILURE() << "no error raised";
-        return Error(0, "", "");
-    }
-
     test::TempDir dir_;
     std::string path_ = dir_.File("registry.reg");
 };
@@ -56,14 +45,14 @@ TEST_F(RegEntryTest, ValueLongerThanTheReadBufferGivesNoEndingZeroFound) {
     entry.SetString("Fits", std::string(255, 'a'));
     entry.SetString("TooLong", std::string(256, 'b'));
     EXPECT_EQ(entry.GetString("Fits"), std::string(255, 'a'));
-    const Error error = Raised([&] { entry.GetString("TooLong"); });
+    const Error error = RaisedBy([&] { entry.GetString("TooLong"); });
     EXPECT_EQ(error.Description(), "No ending 0 found");
     EXPECT_EQ(entry.GetStringInternational("TooLong"), std::string(256, 'b'));
 }
 
 TEST_F(RegEntryTest, OpeningAMissingKeyRaises5001NamingTheKey) {
     RegEntry entry(path_);
-    const Error error = Raised([&] { entry.OpenKey("Tessiva\\Settings"); });
+    const Error error = RaisedBy([&] { entry.OpenKey("Tessiva\\Settings"); });
     EXPECT_EQ(error.Number(), 5001);
     EXPECT_EQ(error.Source(), "RegEntry.OpenInternal");
     EXPECT_EQ(error.Description(),
@@ -102,20 +91,20 @@ TEST_F(RegEntryTest, CreatingAnExistingKeyWritesNothing) {
 TEST_F(RegEntryTest, FailedWritesRaiseTheirNumbersAndSayWhy) {
     test::WriteFile(dir_.File("plain-file"), "x");
     RegEntry blocked(dir_.File("plain-file/registry.reg"));  // its folder cannot be made
-    const Error create = Raised([&] { blocked.CreateKey("Common"); });
+    const Error create = RaisedBy([&] { blocked.CreateKey("Common"); });
     EXPECT_EQ(create.Number(), 5000);
     EXPECT_EQ(create.Source(), "RegEntry.CreateInternal");
     EXPECT_NE(create.Description().find("could not be created"), std::string::npos) << create.Description();
     EXPECT_NE(create.Description().find("plain-file"), std::string::npos) << create.Description();
 
     RegEntry entry(path_);
-    const Error noKey = Raised([&] { entry.SetString("V", "1"); });
+    const Error noKey = RaisedBy([&] { entry.SetString("V", "1"); });
     EXPECT_EQ(noKey.Number(), 5002);
     EXPECT_EQ(noKey.Source(), "RegEntry.SetValue");
 
     entry.CreateKey("Gone");
     RegEntry(path_).DeleteKey("Gone");
-    EXPECT_EQ(Raised([&] { entry.SetString("V", "1"); }).Number(), 5002);
+    EXPECT_EQ(RaisedBy([&] { entry.SetString("V", "1"); }).Number(), 5002);
     EXPECT_EQ(entry.GetString("V"), "");
 }
 
@@ -123,11 +112,11 @@ TEST_F(RegEntryTest, DamagedStoreIsReportedWithFileAndLine) {
     test::WriteFile(path_, "Windows Registry Editor Version 5.00\n\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Orlanvex\\Common]\n"
                            "RepositoryRoot=C:\\Repo\n");
     RegEntry entry(path_);
-    const Error error = Raised([&] { entry.OpenKey("Common"); });
+    const Error error = RaisedBy([&] { entry.OpenKey("Common"); });
     EXPECT_EQ(error.Number(), 5001);
     EXPECT_NE(error.Description().find(path_), std::string::npos) << error.Description();
     EXPECT_NE(error.Description().find("line 4"), std::string::npos) << error.Description();
-    EXPECT_EQ(Raised([&] { entry.CreateKey("Other"); }).Number(), 5000);
+    EXPECT_EQ(RaisedBy([&] { entry.CreateKey("Other"); }).Number(), 5000);
 }
 
 TEST_F(RegEntryTest, CopyKeyReproducesNestedLevelsWithEveryValueAsText) {
@@ -153,7 +142,7 @@ TEST_F(RegEntryTest, CopyKeyReproducesNestedLevelsWithEveryValueAsText) {
     EXPECT_TRUE(entry.TestKey("Source\\Inner\\Level1\\Level2"));
     EXPECT_FALSE(entry.TestKey("Source\\Inner\\Inner"));
 
-    const Error missing = Raised([&] { entry.CopyKey("Nowhere", "Copy2"); });
+    const Error missing = RaisedBy([&] { entry.CopyKey("Nowhere", "Copy2"); });
     EXPECT_EQ(missing.Number(), 5001);
     EXPECT_EQ(missing.Source(), "RegEntry.CopyInternal");
 }
@@ -171,7 +160,7 @@ TEST_F(RegEntryTest, DeletingKeysAndValues) {
     EXPECT_TRUE(entry.TestKey("A"));
     EXPECT_FALSE(entry.TestKey("A\\B\\C"));
     EXPECT_NO_THROW(entry.DeleteKey("Never\\There"));
-    EXPECT_EQ(Raised([&] { entry.DeleteKey(""); }).Number(), 5);
+    EXPECT_EQ(RaisedBy([&] { entry.DeleteKey(""); }).Number(), 5);
     EXPECT_TRUE(entry.TestKey("A"));
 }
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "TestSupport.h"
-#include "services/Error.h"
 #include "services/RegEntry.h"
 
 namespace kvo {
@@ -15,14 +14,10 @@ TEST(ViewSettingsTest, StationSizesAreReadAsWrittenAndABadEntryIsNamed) {
     EXPECT_EQ(ParseScreenSizes(ScreenSizesText(ViewSettings::DefaultStationSizes()), "f"), ViewSettings::DefaultStationSizes());
     EXPECT_EQ(ParseScreenSizes("160x120;8192x8192", "f"), (std::vector<ScreenSize>{{160, 120}, {8192, 8192}}));
     for (const char* bad : {"1024", "x768", "1024x", "-640x480", "640x480x2", "159x120", "8193x600", "1e3x600", "99999999x1"}) {
-        try {
-            ParseScreenSizes(std::string("800x600;") + bad, "STORE, KEY\\StationSizes");
-            ADD_FAILURE() << bad << " was taken";
-        } catch (const Error& error) {
-            EXPECT_EQ(error.Number(), 13);
-            EXPECT_NE(error.Description().find("STORE, KEY\\StationSizes"), std::string::npos) << error.Description();
-            EXPECT_NE(error.Description().find(std::string("\"") + bad + "\""), std::string::npos) << error.Description();
-        }
+        const Error error = test::RaisedBy([&] { ParseScreenSizes(std::string("800x600;") + bad, "STORE, KEY\\StationSizes"); });
+        EXPECT_EQ(error.Number(), 13) << bad;
+        EXPECT_NE(error.Description().find("STORE, KEY\\StationSizes"), std::string::npos) << error.Description();
+        EXPECT_NE(error.Description().find(std::string("\"") + bad + "\""), std::string::npos) << error.Description();
     }
 }
 
