@@ -11,7 +11,6 @@ namespace {
 TEST(ViewSettingsTest, StationSizesAreReadAsWrittenAndABadEntryIsNamed) {
     EXPECT_EQ(ParseScreenSizes(" 1024 x 600 ;1366X768;;1024x600; ", "f"), (std::vector<ScreenSize>{{1024, 600}, {1366, 768}}));
     EXPECT_EQ(ParseScreenSizes("  ", "f"), ViewSettings::DefaultStationSizes());
-    EXPECT_EQ(ParseScreenSizes(ScreenSizesText(ViewSettings::DefaultStationSizes()), "f"), ViewSettings::DefaultStationSizes());
     EXPECT_EQ(ParseScreenSizes("160x120;8192x8192", "f"), (std::vector<ScreenSize>{{160, 120}, {8192, 8192}}));
     for (const char* bad : {"1024", "x768", "1024x", "-640x480", "640x480x2", "159x120", "8193x600", "1e3x600", "99999999x1"}) {
         const Error error = test::RaisedBy([&] { ParseScreenSizes(std::string("800x600;") + bad, "STORE, KEY\\StationSizes"); });
