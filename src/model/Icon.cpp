@@ -233,10 +233,7 @@ void Icon::CollectSampleSet(Icon& target, std::string_view logName) const {
             collector->AddLog(std::string(logName));
             collector->AddValue(shown);
             if (!collector->GotTols() && own->GotTols()) {
-                collector->SetPlusTol(own->PlusTol());
-                collector->SetMinusTol(own->MinusTol());
-                collector->SetSoftPlusTol(own->SoftPlusTol());
-                collector->SetSoftMinusTol(own->SoftMinusTol());
+                collector->SetTolerances(own->PlusTol(), own->MinusTol(), own->SoftPlusTol(), own->SoftMinusTol());
                 collector->SetGotTols(true);
             }
         }

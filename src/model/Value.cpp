@@ -100,10 +100,9 @@ void Value::LoadFromBinary(BinaryStream& stream, int32_t version) {
     isLimit_ = stream.GetBoolean();
     currentValue_ = stream.GetVariant();
     if (version == 1) {
-        SetPlusTol(stream.GetDouble());
-        SetMinusTol(stream.GetDouble());
-        SetSoftPlusTol(stream.GetDouble());
-        SetSoftMinusTol(stream.GetDouble());
+        const double plus = stream.GetDouble(), minus = stream.GetDouble();
+        const double softPlus = stream.GetDouble(), softMinus = stream.GetDouble();
+        SetTolerances(plus, minus, softPlus, softMinus);
         gotTols_ = true;
     }
 }
@@ -219,10 +218,17 @@ void Value::Copy(Value& target) const {
     target.SetPercentage(Percentage());
     target.SetCurrentValue(currentValue_);
     target.SetIsAverage(IsAverage());
-    target.SetPlusTol(PlusTol());
-    target.SetMinusTol(MinusTol());
-    target.SetSoftPlusTol(SoftPlusTol());
-    target.SetSoftMinusTol(SoftMinusTol());
+    target.SetTolerances(PlusTol(), MinusTol(), SoftPlusTol(), SoftMinusTol());
+}
+
+void Value::SetTolerances(double plus, double minus, double softPlus, double softMinus) {
+    const RunTime& now = run_.Get();
+    if (Same(plus, now.plusTol) && Same(minus, now.minusTol) && Same(softPlus, now.softPlusTol) && Same(softMinus, now.softMinusTol)) return;
+    RunTime& run = run_.Set();
+    run.plusTol = plus;
+    run.minusTol = minus;
+    run.softPlusTol = softPlus;
+    run.softMinusTol = softMinus;
 }
 
 bool Value::IsOutOfTolerance() const {

@@ -90,6 +90,8 @@ public:
     void SetSoftPlusTol(double value) { SetTolerance(&RunTime::softPlusTol, value); }
     double SoftMinusTol() const { return run_.Get().softMinusTol; }
     void SetSoftMinusTol(double value) { SetTolerance(&RunTime::softMinusTol, value); }
+    // All four at once, looking at the part once: a load sets them for every cell.
+    void SetTolerances(double plus, double minus, double softPlus, double softMinus);
     double Summ() const { return run_.Get().summ; }
     void SetSumm(const Variant& value) { run_.Set().summ = value.ToDouble(); }
     int16_t SummCount() const { return run_.Get().summCount; }
@@ -153,8 +155,9 @@ private:
         bool operator==(const RunTime&) const = default;
     };
     // Setting what is there makes no part: +0 as read from most files (-0 differs, in its bytes).
+    static bool Same(double a, double b) { return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b); }
     void SetTolerance(double RunTime::*field, double value) {
-        if (std::bit_cast<uint64_t>(value) != std::bit_cast<uint64_t>(run_.Get().*field)) run_.Set().*field = value;
+        if (!Same(value, run_.Get().*field)) run_.Set().*field = value;
     }
 
     // A new cell's: what Initialize puts back.
