@@ -202,8 +202,15 @@ void FormSlidePanel::UpdateItems() {
     }
 }
 
+// The slide shown in row, none where the slides changed without being shown again.
+const Slide* FormSlidePanel::SlideAt(std::size_t row) const {
+    return slides_ != nullptr && row < static_cast<std::size_t>(slides_->Count()) ? &slides_->Item(static_cast<int32_t>(row) + 1) : nullptr;
+}
+
 void FormSlidePanel::UpdateRow(int row) {
-    const Slide& slide = slides_->Item(row + 1);
+    const Slide* shownSlide = SlideAt(static_cast<std::size_t>(row));
+    if (shownSlide == nullptr) return;
+    const Slide& slide = *shownSlide;
     const Thumb& thumb = *thumbs_[static_cast<std::size_t>(row)];
     const bool enabled = slide.Enabled();
     const auto greyed = [&](const QPixmap& picture) {
@@ -254,11 +261,11 @@ void FormSlidePanel::DrawNext() {
         const std::shared_ptr<Thumb> thumb = queue_.front();
         queue_.pop_front();
         const auto at = std::find(thumbs_.begin(), thumbs_.end(), thumb);
-        if (thumb->slide || at == thumbs_.end()) continue;  // listed twice, or no longer shown
+        const Slide* slide = at == thumbs_.end() ? nullptr : SlideAt(static_cast<std::size_t>(at - thumbs_.begin()));
+        if (thumb->slide || slide == nullptr) continue;  // listed twice, or no longer shown
         // Copied now, not when shown: a show of thousands of slides opens without copying them all.
-        const Slide& slide = slides_->Item(static_cast<int32_t>(at - thumbs_.begin()) + 1);
-        thumb->slide = std::make_shared<const Slide>(slide);
-        thumb->pictureKey = PictureKey(slide);
+        thumb->slide = std::make_shared<const Slide>(*slide);
+        thumb->pictureKey = PictureKey(*slide);
         running_ = true;
         const QSize host = hostPixels_, size = thumbSize_;
         drawer_.start([this, thumb, copy = thumb->slide, host, size] {

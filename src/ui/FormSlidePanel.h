@@ -72,6 +72,7 @@ private:
     void DrawNext();
     void UpdateItems();
     void UpdateRow(int row);
+    const Slide* SlideAt(std::size_t row) const;
 
     SlideList* list_;
     QMenu* menu_;
