@@ -483,6 +483,8 @@ void PutU32(QByteArray& b, qsizetype at, uint32_t v) {
 }
 
 constexpr uint16_t kCreateRegion = 0x06FF;
+constexpr uint16_t kCreatePen = 0x02FA, kCreateBrush = 0x02FC, kCreateFont = 0x02FB, kCreatePalette = 0x00F7,
+                   kCreatePatternBrush = 0x01F9, kCreateDibPatternBrush = 0x0142, kSelectObject = 0x012D, kDeleteObject = 0x01F0;
 constexpr uint32_t kRegionRecordWords = 14;  // header and an empty region with its bounds
 constexpr uint16_t kSaveDC = 0x001E, kRestoreDC = 0x0127, kSetMapMode = 0x0103;
 constexpr uint16_t kSetWindowOrg = 0x020B, kSetWindowExt = 0x020C, kSetViewportOrg = 0x020D, kSetViewportExt = 0x020E;
@@ -546,11 +548,107 @@ void Track(Mapping& m, uint16_t function, const QByteArray& bytes, qsizetype par
         m.viewportExt = {scale(m.viewportExt[0], p(3), p(2)), scale(m.viewportExt[1], p(1), p(0))};
 }
 
-// Two things libwmf gets wrong that Windows does not, mended before it plays
+// The object table as libwmf fills it, lowest free slot first, and the pen,
+// brush and font its device context holds, now and in each saved context
+// (libwmf selects an object as it creates it). libwmf frees an object deleted
+// while its context holds it and goes on drawing with it (a font's name read
+// from freed memory); the deletion is put off until nothing holds the object.
+class Objects {
+public:
+    // The records that stand for this one: none for a deletion put off.
+    QByteArray Pass(uint16_t function, const QByteArray& record, qsizetype params, uint32_t words) {
+        const int index = words >= 4 ? static_cast<int>(U16At(record, params)) : -1;
+        if (const Kind made = KindMadeBy(function); made != Kind::Free) {
+            QByteArray out;
+            if (made != Kind::Other) {
+                selected_[static_cast<std::size_t>(made)] = -1;
+                out += Release();  // first, so that the new object takes the slot Windows gives it
+            }
+            const auto free = std::find(slots_.begin(), slots_.end(), Kind::Free);
+            const auto slot = static_cast<int>(free - slots_.begin());
+            if (free != slots_.end()) *free = made;
+            else slots_.push_back(made);
+            most_ = std::max(most_, slots_.size());
+            if (made != Kind::Other) selected_[static_cast<std::size_t>(made)] = slot;
+            return out + record;
+        }
+        if (function == kSelectObject && KindAt(index) < Kind::Other) {
+            selected_[static_cast<std::size_t>(KindAt(index))] = index;
+            return record + Release();
+        }
+        if (function == kSaveDC) saved_.push_back(selected_);
+        if (function == kRestoreDC && index >= 0 && !saved_.empty()) {
+            const auto which = static_cast<int16_t>(index);
+            const std::size_t keep = which < 0 ? saved_.size() - std::min<std::size_t>(saved_.size(), static_cast<std::size_t>(-which))
+                                               : std::min<std::size_t>(saved_.size(), static_cast<std::size_t>(std::max<int16_t>(which - 1, 0)));
+            selected_ = saved_[std::min(keep, saved_.size() - 1)];
+            saved_.resize(keep);
+            return record + Release();
+        }
+        if (function == kDeleteObject && KindAt(index) != Kind::Free) {
+            if (Held(index)) {
+                putOff_.push_back(index);
+                return {};
+            }
+            slots_[static_cast<std::size_t>(index)] = Kind::Free;
+        }
+        return record;
+    }
+
+    // Slots used at most: more than the file counts where a deletion was put off.
+    std::size_t Slots() const { return most_; }
+
+private:
+    enum class Kind : uint8_t { Pen, Brush, Font, Other, Free };
+    using Selection = std::array<int, 3>;  // pen, brush, font
+
+    static Kind KindMadeBy(uint16_t function) {
+        switch (function) {
+            case kCreatePen: return Kind::Pen;
+            case kCreateBrush:
+            case kCreatePatternBrush:
+            case kCreateDibPatternBrush: return Kind::Brush;
+            case kCreateFont: return Kind::Font;
+            case kCreatePalette:
+            case kCreateRegion: return Kind::Other;
+            default: return Kind::Free;
+        }
+    }
+    Kind KindAt(int index) const {
+        return index >= 0 && static_cast<std::size_t>(index) < slots_.size() ? slots_[static_cast<std::size_t>(index)] : Kind::Free;
+    }
+    bool Held(int index) const {
+        const auto in = [index](const Selection& selection) { return std::find(selection.begin(), selection.end(), index) != selection.end(); };
+        return in(selected_) || std::any_of(saved_.begin(), saved_.end(), in);
+    }
+    // The deletions put off whose objects nothing holds any more.
+    QByteArray Release() {
+        QByteArray out;
+        for (auto it = putOff_.begin(); it != putOff_.end();) {
+            if (Held(*it)) {
+                ++it;
+                continue;
+            }
+            out += Record(kDeleteObject, {static_cast<int16_t>(*it)});
+            slots_[static_cast<std::size_t>(*it)] = Kind::Free;
+            it = putOff_.erase(it);
+        }
+        return out;
+    }
+
+    std::vector<Kind> slots_;
+    Selection selected_{-1, -1, -1};
+    std::vector<Selection> saved_;
+    std::vector<int> putOff_;
+    std::size_t most_ = 0;
+};
+
+// Three things libwmf gets wrong that Windows does not, mended before it plays
 // the file: region records too short for it (it refuses the whole file; they
-// become empty regions, so the object table keeps its slots), and RestoreDC,
+// become empty regions, so the object table keeps its slots), RestoreDC,
 // after which it keeps the window and viewport of before (the mapping being
-// restored is set again by explicit records).
+// restored is set again by explicit records), and objects deleted while
+// selected (see Objects).
 QByteArray PrepareForLibwmf(const QByteArray& bytes, long long& records) {
     qsizetype at = U32At(bytes, 0) == 0x9AC6CDD7u ? 22 : 0;
     if (at + 18 > bytes.size()) return bytes;
@@ -571,6 +669,7 @@ QByteArray PrepareForLibwmf(const QByteArray& bytes, long long& records) {
         prepared += Record(kSetWindowExt, {mapping.windowExt[1], mapping.windowExt[0]});
     }
     std::vector<Mapping> saved;
+    Objects objects;
     for (qsizetype record = headerEnd; record + 6 <= bytes.size();) {
         const uint32_t words = U32At(bytes, record);
         const uint16_t function = U16At(bytes, record + 4);
@@ -584,10 +683,10 @@ QByteArray PrepareForLibwmf(const QByteArray& bytes, long long& records) {
             PutU16(region, 4, kCreateRegion);
             PutU16(region, 8, 6);    // object type: region
             PutU16(region, 14, 22);  // region size in bytes
-            prepared += region;
+            prepared += objects.Pass(kCreateRegion, region, 6, kRegionRecordWords);
             largest = std::max(largest, kRegionRecordWords);
         } else {
-            prepared += bytes.mid(record, qsizetype{words} * 2);
+            prepared += objects.Pass(function, bytes.mid(record, qsizetype{words} * 2), 6, words);
             largest = std::max(largest, words);
         }
         if (function == kSaveDC) {
@@ -607,6 +706,7 @@ QByteArray PrepareForLibwmf(const QByteArray& bytes, long long& records) {
         ++records;
     }
     PutU32(prepared, at + 6, static_cast<uint32_t>((prepared.size() - at) / 2));
+    PutU16(prepared, at + 10, static_cast<uint16_t>(std::min<std::size_t>(std::max<std::size_t>(U16At(prepared, at + 10), objects.Slots()), 0xFFFF)));
     PutU32(prepared, at + 12, largest);
     return prepared;
 }

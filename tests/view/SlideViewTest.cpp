@@ -135,8 +135,9 @@ TEST_F(SlideViewTest, HeaderFieldsAtTheirLimitsAreHandled) {
 
 // Found by fuzzing: text in a font without a name crashed Qt as it was
 // recorded, a pattern brush without a pattern was drawn from stray memory,
-// and EMF record types no writer uses, or a description lying past the
-// header, were read out of bounds.
+// text after its font was deleted read the font's freed name, and EMF record
+// types no writer uses, or a description lying past the header, were read
+// out of bounds.
 TEST_F(SlideViewTest, FuzzedMetafilesDrawOrFailClearly) {
     // CreateFontIndirect with an empty face name, select it, TextOut "Hi".
     test::WriteFile(dir_.File("nameless.wmf"), TinyWmf({{0x02FB, 20, 0, 0, 0, 400, 0, 0, 0, 0},
@@ -148,6 +149,14 @@ TEST_F(SlideViewTest, FuzzedMetafilesDrawOrFailClearly) {
     // A pattern brush made without a pattern, filling an ellipse.
     test::WriteFile(dir_.File("patternless.wmf"), TinyWmf({{0x02FC, 3, 0, 0, 0}, {0x012D, 0}, {0x0418, 60, 60, 20, 20}}));
     metafile.LoadFile(dir_.File("patternless.wmf"));
+    EXPECT_GT(metafile.Width(), 0);
+    // A font "Ar" made and deleted at once (libwmf holds it as made), a pen
+    // made in its slot, then TextOut "Hi": the font's name was read from the pen.
+    test::WriteFile(dir_.File("deleted-font.wmf"), TinyWmf({{0x02FB, 20, 0, 0, 0, 400, 0, 0, 0, 0, 0x7241, 0},
+                                                             {0x01F0, 0},
+                                                             {0x02FA, 0, 1, 0, 0x4141, 0x41},
+                                                             {0x0521, 2, 0x6948, 50, 10}}));
+    metafile.LoadFile(dir_.File("deleted-font.wmf"));
     EXPECT_GT(metafile.Width(), 0);
 
     // Without a frame, the size comes from what it draws: here a viewport scaled far out.
