@@ -768,7 +768,7 @@ std::string ConvertWmf(const QByteArray& original, QByteArray& out) {
     } else {
         const double spanX = bounds.BR.x - bounds.TL.x;
         const double spanY = bounds.BR.y - bounds.TL.y;
-        if (!(spanX > 0) || !(spanY > 0)) return finish("draws nothing (its bounds are empty)");
+        if (!(spanX > 0) || !(spanY > 0)) return finish(PictureProtocol::Problem(Str::PictureDrawsNothing));
         device.originX = bounds.TL.x;
         device.originY = bounds.TL.y;
         device.scaleX = recordedWidth / spanX;
@@ -783,7 +783,7 @@ std::string ConvertWmf(const QByteArray& original, QByteArray& out) {
     device.painter = &painter;
     const wmf_error_t played = wmf_play(api, 0, &bounds);
     painter.end();
-    if (played != wmf_E_None) return finish("could not be drawn: the metafile is damaged");
+    if (played != wmf_E_None) return finish(PictureProtocol::Problem(Str::PictureWmfPlayFailed));
 
     out = QByteArray(kvo::PictureProtocol::kRecordedTag);
     for (int32_t v : {static_cast<int32_t>(width), static_cast<int32_t>(height), recordedWidth, recordedHeight}) WriteInt(out, v);

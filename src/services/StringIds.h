@@ -424,7 +424,9 @@ namespace kvo::Str {
     X(PictureWmfLibraryFailed, 31960)  \
     X(PictureNotWmf, 31961)            \
     X(PictureDrawingTooLarge, 31962)   \
-    X(PictureFrameTooLarge, 31963)
+    X(PictureFrameTooLarge, 31963)     \
+    X(PictureDrawsNothing, 31964)      \
+    X(PictureWmfPlayFailed, 31965)  // the last picture problem: a helper's line names one of these
 
 #define KVO_DECLARE_STRING_ID(name, id) inline constexpr int32_t name = id;
 KVO_STRING_IDS(KVO_DECLARE_STRING_ID)

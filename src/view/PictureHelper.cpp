@@ -48,7 +48,7 @@ constexpr bool kLimitAddressSpace = true;
     } catch (const std::exception&) {
         id = 0;
     }
-    if (id < Str::PictureUnreadable || id > Str::PictureFrameTooLarge) {
+    if (id < Str::PictureUnreadable || id > Str::PictureWmfPlayFailed) {  // the first and last of the picture problems
         if (line.empty()) PictureFailed(fileName, Str::PictureUnreadable);
         PictureFailed(fileName, Str::PictureUnreadableBecause, line);
     }

@@ -168,6 +168,12 @@ TEST_F(SlideViewTest, FuzzedMetafilesDrawOrFailClearly) {
     const Error vast = RaisedBy([&] { metafile.LoadFile(dir_.File("vast.wmf")); });
     EXPECT_EQ(vast.Number(), 481);
     EXPECT_NE(vast.Description().find("has no usable size"), std::string::npos) << vast.Description();
+    // Or nothing at all: told as such, not as a number the editor does not know.
+    // (a header, SetMapMode and the end record, without a frame)
+    test::WriteFile(dir_.File("blank.wmf"), std::string("\x01\0\x09\0\0\x03\x10\0\0\0\0\0\x05\0\0\0\0\0"
+                                                        "\x04\0\0\0\x03\x01\x08\0\x03\0\0\0\0\0",
+                                                        32));
+    EXPECT_NE(RaisedBy([&] { metafile.LoadFile(dir_.File("blank.wmf")); }).Description().find("draws nothing"), std::string::npos);
 
     std::string emf(88, '\0');
     const auto put32 = [&](std::size_t at, uint32_t value) {
