@@ -548,6 +548,13 @@ void Track(Mapping& m, uint16_t function, const QByteArray& bytes, qsizetype par
         m.viewportExt = {scale(m.viewportExt[0], p(3), p(2)), scale(m.viewportExt[1], p(1), p(0))};
 }
 
+// How many saved contexts stay after RestoreDC(which): a negative count goes
+// back from the last one saved, a positive one names a saved context.
+std::size_t KeptAfterRestore(std::size_t saved, int16_t which) {
+    return which < 0 ? saved - std::min<std::size_t>(saved, static_cast<std::size_t>(-which))
+                     : std::min<std::size_t>(saved, static_cast<std::size_t>(std::max<int16_t>(which - 1, 0)));
+}
+
 // The object table as libwmf fills it, lowest free slot first, and the pen,
 // brush and font its device context holds, now and in each saved context
 // (libwmf selects an object as it creates it). libwmf frees an object deleted
@@ -578,9 +585,7 @@ public:
         }
         if (function == kSaveDC) saved_.push_back(selected_);
         if (function == kRestoreDC && index >= 0 && !saved_.empty()) {
-            const auto which = static_cast<int16_t>(index);
-            const std::size_t keep = which < 0 ? saved_.size() - std::min<std::size_t>(saved_.size(), static_cast<std::size_t>(-which))
-                                               : std::min<std::size_t>(saved_.size(), static_cast<std::size_t>(std::max<int16_t>(which - 1, 0)));
+            const std::size_t keep = KeptAfterRestore(saved_.size(), static_cast<int16_t>(index));
             selected_ = saved_[std::min(keep, saved_.size() - 1)];
             saved_.resize(keep);
             return record + Release();
@@ -692,9 +697,7 @@ QByteArray PrepareForLibwmf(const QByteArray& bytes, long long& records) {
         if (function == kSaveDC) {
             saved.push_back(mapping);
         } else if (function == kRestoreDC && words >= 4 && !saved.empty()) {
-            const int16_t which = static_cast<int16_t>(U16At(bytes, record + 6));
-            const std::size_t keep = which < 0 ? saved.size() - std::min<std::size_t>(saved.size(), static_cast<std::size_t>(-which))
-                                               : std::min<std::size_t>(saved.size(), static_cast<std::size_t>(std::max<int16_t>(which - 1, 0)));
+            const std::size_t keep = KeptAfterRestore(saved.size(), static_cast<int16_t>(U16At(bytes, record + 6)));
             const Mapping restored = saved[std::min(keep, saved.size() - 1)];
             saved.resize(keep);
             prepared += Restore(mapping, restored);
