@@ -83,14 +83,11 @@ public:
     const Variant& CurrentValue() const { return currentValue_; }
     void SetCurrentValue(Variant value) { currentValue_ = std::move(value); }
     double PlusTol() const { return run_.Get().plusTol; }
-    void SetPlusTol(double value) { SetTolerance(&RunTime::plusTol, value); }
     double MinusTol() const { return run_.Get().minusTol; }
-    void SetMinusTol(double value) { SetTolerance(&RunTime::minusTol, value); }
     double SoftPlusTol() const { return run_.Get().softPlusTol; }
-    void SetSoftPlusTol(double value) { SetTolerance(&RunTime::softPlusTol, value); }
     double SoftMinusTol() const { return run_.Get().softMinusTol; }
-    void SetSoftMinusTol(double value) { SetTolerance(&RunTime::softMinusTol, value); }
-    // All four at once, looking at the part once: a load sets them for every cell.
+    // All four at once: setting what is there makes no run-time part (+0, as
+    // most files hold; -0 differs, in its bytes).
     void SetTolerances(double plus, double minus, double softPlus, double softMinus);
     double Summ() const { return run_.Get().summ; }
     void SetSumm(const Variant& value) { run_.Set().summ = value.ToDouble(); }
@@ -154,11 +151,7 @@ private:
         std::vector<std::string> valueList;
         bool operator==(const RunTime&) const = default;
     };
-    // Setting what is there makes no part: +0 as read from most files (-0 differs, in its bytes).
     static bool Same(double a, double b) { return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b); }
-    void SetTolerance(double RunTime::*field, double value) {
-        if (!Same(value, run_.Get().*field)) run_.Set().*field = value;
-    }
 
     // A new cell's: what Initialize puts back.
     std::string type_ = "DA";

@@ -219,7 +219,7 @@ TEST_F(IconTest, SampleSetsCountEachPartOncePerCell) {
     Value& reading = measured.Values().Add();
     reading.SetCurrentValue(Variant(0.021));
     reading.SetTolerance(ToleranceState::InBand);
-    reading.SetPlusTol(0.1);
+    reading.SetTolerances(0.1, 0.0, 0.0, 0.0);
     reading.SetGotTols(true);
     measured.Values().Add().SetColumn(2);
 

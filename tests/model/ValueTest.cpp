@@ -412,15 +412,15 @@ TEST_F(ValueTest, CollectionsCopyKeysAndWorstStates) {
 TEST_F(ValueTest, RunTimeStateIsMadeOnDemandAndCopiedWhole) {
     Value plain;
     Value reset;
-    reset.SetPlusTol(0.0);
+    reset.SetTolerances(0.0, 0.0, 0.0, 0.0);
     EXPECT_EQ(reset, plain);
-    reset.SetPlusTol(-0.0);
+    reset.SetTolerances(-0.0, 0.0, 0.0, 0.0);
     EXPECT_TRUE(std::signbit(reset.PlusTol()));  // written back to a binary file as it was read
-    reset.SetPlusTol(0.0);
+    reset.SetTolerances(0.0, 0.0, 0.0, 0.0);
     EXPECT_EQ(reset, plain);
     Value averaged;
     averaged.InitializeSampleSet(3);
-    averaged.SetSoftMinusTol(-0.04);
+    averaged.SetTolerances(0.0, 0.0, 0.0, -0.04);
     averaged.AddLog("part 7");
     averaged.AddValue(".012");
     EXPECT_NE(averaged, plain);
