@@ -49,26 +49,34 @@ void BinaryStream::OpenWriter(std::string& out, const std::string& fileName) {
 
 std::string BinaryStream::GetString() { return file_.ReadString("BinaryStream.GetString"); }
 
-Variant BinaryStream::GetVariant() {
+void BinaryStream::GetVariant(Variant& into) {
     switch (file_.ReadInteger("BinaryStream.GetVariant")) {
         case Variant::Empty:
-            return Variant();
+            into.Set(std::monostate());
+            break;
         case Variant::Null:
-            return Variant::MakeNull();
+            into.Set(Variant::NullValue());
+            break;
         case Variant::Integer:
-            return Variant(GetInteger());
+            into.Set(GetInteger());
+            break;
         case Variant::Long:
-            return Variant(GetLong());
+            into.Set(GetLong());
+            break;
         case Variant::Single:
-            return Variant(GetSingle());
+            into.Set(GetSingle());
+            break;
         case Variant::Double:
-            return Variant(GetDouble());
+            into.Set(GetDouble());
+            break;
         case Variant::String:
-            return Variant(GetString());
+            into.Set(GetString());
+            break;
         case Variant::Boolean:
-            return Variant(GetBoolean());
+            into.Set(GetBoolean());
+            break;
         default:
-            return Variant(kUnknownTagValue);
+            into.Set(kUnknownTagValue);
     }
 }
 

@@ -45,9 +45,13 @@ public:
     int16_t GetInteger() { return file_.ReadInteger("BinaryStream.GetInteger"); }
     int32_t GetLong() { return file_.ReadLong("BinaryStream.GetLong"); }
     float GetSingle() { return file_.ReadSingle("BinaryStream.GetSingle"); }
+    // Integers, Longs, Singles and Doubles in a row (a Boolean as the Integer
+    // it is), with one check of the bytes left.
+    template <typename... T>
+    std::tuple<T...> GetItems() { return file_.ReadItems<T...>("BinaryStream.GetItems"); }
     // Tags 0, 1, 2, 3, 4, 5, 8 and 11 with their payload; any other tag reads
     // as the Long 10, without a payload.
-    Variant GetVariant();
+    void GetVariant(Variant& into);
     std::string GetString();
     void GetString(std::string& into) { file_.ReadString(into, "BinaryStream.GetString"); }
 

@@ -9,6 +9,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 namespace kvo {
 
@@ -74,6 +75,28 @@ private:
         }
         return Read<T>(source);
     }
+
+public:
+    // Fixed-size items in a row, checked against the buffer once: a record's
+    // fields cost a check each otherwise. Where the buffer ends among them
+    // they are read one by one, failing as each would.
+    template <typename... T>
+    std::tuple<T...> ReadItems(const char* source) {
+        if constexpr (std::endian::native == std::endian::little) {
+            constexpr std::size_t size = (sizeof(T) + ...);
+            if (bufferEnd_ - bufferAt_ >= size) {
+                const char* at = readBuffer_.get() + bufferAt_;
+                bufferAt_ += size;
+                readPosition_ += size;
+                std::tuple<T...> items;
+                std::apply([&](T&... item) { ((std::memcpy(&item, at, sizeof(T)), at += sizeof(T)), ...); }, items);
+                return items;
+            }
+        }
+        return {Read<T>(source)...};  // braced, so read in order
+    }
+
+private:
     template <typename T>
     T Read(const char* source);
     void MeasureSize();

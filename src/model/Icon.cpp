@@ -1,6 +1,7 @@
 #include "Icon.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include "BinaryStream.h"
 #include "BlockParser.h"
@@ -20,8 +21,6 @@ namespace {
 constexpr KeyTable kKeys{"LEFT",      "TOP",       "LEADERCOLOR",   "LEADERX",  "LEADERY",  "DRAWLEADER", "BENDPOINT", "ISVERTICAL",
                          "FEATURENAME", "SEQNUMBER", "DISPLAYDIGITS", "FONTNAME", "FONTSIZE", "FONTBOLD",   "FONTCOLOR", "NAMECOLOR"};
 
-constexpr const char* kDefaultName = "NEWICON";
-
 template <typename T>
 T Clamp(int32_t value, T low, T high) {
     return static_cast<T>(std::clamp<int32_t>(value, low, high));
@@ -31,25 +30,7 @@ T Clamp(int32_t value, T low, T high) {
 
 void Icon::Initialize() {
     values_.Clear();
-    name_ = kDefaultName;
-    isSequenceNumber_ = false;
-    sequenceNumber_ = 0;
-    featureName_ = kDefaultName;
-    left_ = 100;
-    top_ = 100;
-    drawLeader_ = true;
-    leaderX_ = 500;
-    leaderY_ = 500;
-    bendPoint_ = 60;
-    isVertical_ = false;
-    version_ = 0;
-    displayDigits_ = 6;
-    fontName_ = "Courier New";
-    fontSize_ = 12;
-    fontBold_ = true;
-    fontColor_ = 0;
-    nameColor_ = kButtonFaceColor;
-    leaderColor_ = 0;
+    static_cast<IconFields&>(*this) = IconFields();
 }
 
 void Icon::SetLeft(int32_t value) { left_ = Clamp(value, kMinPosition, kMaxPosition); }
@@ -63,14 +44,22 @@ void Icon::SetFontSize(int32_t value) { fontSize_ = Clamp(value, kMinFontSize, k
 void Icon::SetSequenceNumber(int32_t value) {
     isSequenceNumber_ = true;
     sequenceNumber_ = value;
-    name_ = "#" + std::to_string(value);
+    // Written in place: a load names every other icon this way.
+    char digits[12];
+    const char* end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    name_.assign(1, '#').append(digits, static_cast<std::size_t>(end - digits));
     ++version_;
 }
 
 void Icon::SetFeatureName(std::string_view value) {
-    featureName_ = ToUpper(value);
+    name_ = value;
+    NameByFeature();
+}
+
+void Icon::NameByFeature() {
+    featureName_ = name_;
+    std::transform(featureName_.begin(), featureName_.end(), featureName_.begin(), ToUpperAscii);
     isSequenceNumber_ = false;
-    name_ = std::string(value);
     ++version_;
 }
 
@@ -139,22 +128,29 @@ void Icon::SaveToFile(std::string& out) const {
 }
 
 void Icon::LoadFromBinary(BinaryStream& stream, int32_t version) {
-    left_ = stream.GetLong();
-    top_ = stream.GetLong();
-    leaderColor_ = stream.GetLong();
-    leaderX_ = stream.GetLong();
-    leaderY_ = stream.GetLong();
-    drawLeader_ = stream.GetBoolean();
-    bendPoint_ = stream.GetInteger();
-    isVertical_ = stream.GetBoolean();
-    displayDigits_ = stream.GetInteger();
+    const auto [left, top, leaderColor, leaderX, leaderY, drawLeader, bendPoint, isVertical, displayDigits] =
+        stream.GetItems<int32_t, int32_t, int32_t, int32_t, int32_t, int16_t, int16_t, int16_t, int16_t>();
+    left_ = left;
+    top_ = top;
+    leaderColor_ = leaderColor;
+    leaderX_ = leaderX;
+    leaderY_ = leaderY;
+    drawLeader_ = drawLeader != 0;
+    bendPoint_ = bendPoint;
+    isVertical_ = isVertical != 0;
+    displayDigits_ = displayDigits;
     stream.GetString(fontName_);
-    fontSize_ = stream.GetInteger();
-    fontBold_ = stream.GetBoolean();
-    fontColor_ = stream.GetLong();
-    nameColor_ = stream.GetLong();
-    if (stream.GetBoolean()) SetSequenceNumber(stream.GetLong());
-    else SetFeatureName(stream.GetString());
+    const auto [fontSize, fontBold, fontColor, nameColor, bySequence] = stream.GetItems<int16_t, int16_t, int32_t, int32_t, int16_t>();
+    fontSize_ = fontSize;
+    fontBold_ = fontBold != 0;
+    fontColor_ = fontColor;
+    nameColor_ = nameColor;
+    if (bySequence != 0) {
+        SetSequenceNumber(stream.GetLong());
+    } else {
+        stream.GetString(name_);
+        NameByFeature();
+    }
     values_.AddFromBinary(stream, version);
 }
 

@@ -32,14 +32,11 @@ Icon& IconCollection::Append(Pool<Icon>::Ptr icon) {
 }
 
 Icon& IconCollection::Add() {
-    auto icon = pool_.Make();
-    icon->Initialize();
-    return Append(std::move(icon));
+    return Append(pool_.Make());
 }
 
 Icon& IconCollection::AddFromFile(BlockParser& parser) {
     auto icon = pool_.Make();
-    icon->Initialize();
     icon->LoadFromFile(parser);
     return Append(std::move(icon));
 }
@@ -51,7 +48,6 @@ void IconCollection::AddFromBinary(BinaryStream& stream, int32_t version) {
     pool_.Reserve(reserved);
     for (int32_t i = 0; i < count; ++i) {
         auto icon = pool_.Make();
-        icon->Initialize();
         icon->LoadFromBinary(stream, version);
         Append(std::move(icon));
     }

@@ -91,17 +91,18 @@ void Value::SaveToFile(std::string& out) const {
 
 void Value::LoadFromBinary(BinaryStream& stream, int32_t version) {
     stream.GetString(type_);
-    symbol_ = stream.GetInteger();
-    row_ = stream.GetInteger();
-    column_ = stream.GetInteger();
-    decimals_ = stream.GetInteger();
-    fraction_ = stream.GetDouble();
-    tolerance_ = stream.GetInteger();
-    isLimit_ = stream.GetBoolean();
-    currentValue_ = stream.GetVariant();
+    const auto [symbol, row, column, decimals, fraction, tolerance, isLimit] =
+        stream.GetItems<int16_t, int16_t, int16_t, int16_t, double, int16_t, int16_t>();
+    symbol_ = symbol;
+    row_ = row;
+    column_ = column;
+    decimals_ = decimals;
+    fraction_ = fraction;
+    tolerance_ = tolerance;
+    isLimit_ = isLimit != 0;
+    stream.GetVariant(currentValue_);
     if (version == 1) {
-        const double plus = stream.GetDouble(), minus = stream.GetDouble();
-        const double softPlus = stream.GetDouble(), softMinus = stream.GetDouble();
+        const auto [plus, minus, softPlus, softMinus] = stream.GetItems<double, double, double, double>();
         SetTolerances(plus, minus, softPlus, softMinus);
         gotTols_ = true;
     }

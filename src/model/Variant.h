@@ -51,6 +51,12 @@ public:
     Variant(bool value) : value_(value) {}
     Variant(uint8_t value) : value_(value) {}
 
+    // Holds value from now on, set in place: a load sets every cell's value.
+    template <typename T>
+    void Set(T value) {
+        value_.template emplace<T>(std::move(value));
+    }
+
     // The runtime's type number (VarType).
     int16_t Type() const;
     bool IsEmpty() const { return Type() == Empty; }
