@@ -45,10 +45,12 @@ public:
     int16_t GetInteger() { return file_.ReadInteger("BinaryStream.GetInteger"); }
     int32_t GetLong() { return file_.ReadLong("BinaryStream.GetLong"); }
     float GetSingle() { return file_.ReadSingle("BinaryStream.GetSingle"); }
-    // Integers, Longs, Singles and Doubles in a row (a Boolean as the Integer
-    // it is), with one check of the bytes left.
+    // Booleans, Integers, Longs, Singles and Doubles in a row, into the
+    // caller's fields, with one check of the bytes left.
     template <typename... T>
-    std::tuple<T...> GetItems() { return file_.ReadItems<T...>("BinaryStream.GetItems"); }
+    void GetItems(T&... into) {
+        file_.ReadItems("BinaryStream.GetItems", into...);
+    }
     // Tags 0, 1, 2, 3, 4, 5, 8 and 11 with their payload; any other tag reads
     // as the Long 10, without a payload.
     void GetVariant(Variant& into);

@@ -36,15 +36,6 @@ struct Bits<double> {
     using type = uint64_t;
 };
 
-// Whether text is these bytes already, as a new cell's type or an icon's font
-// mostly is: compared inline, where assigning cost a call to copy two bytes.
-bool Holds(const std::string& text, const char* bytes, std::size_t size) {
-    if (text.size() != size) return false;
-    for (std::size_t i = 0; i < size; ++i)
-        if (text[i] != bytes[i]) return false;
-    return true;
-}
-
 }  // namespace
 
 bool DataFile::OpenRead(const std::string& fileName) {
@@ -223,16 +214,7 @@ std::string DataFile::ReadString(const char* source) {
     return text;
 }
 
-void DataFile::ReadString(std::string& into, const char* source) {
-    const int16_t count = ReadInteger(source);
-    const auto size = static_cast<std::size_t>(std::max<int16_t>(count, 0));
-    if (bufferEnd_ - bufferAt_ >= size) {
-        const char* bytes = readBuffer_.get() + bufferAt_;
-        if (!Holds(into, bytes, size)) into.assign(bytes, size);
-        bufferAt_ += size;
-        readPosition_ += size;
-        return;
-    }
+void DataFile::ReadLongString(std::string& into, std::size_t size, const char* source) {
     into.resize(size);
     ReadBytes(into.data(), size, source);
 }

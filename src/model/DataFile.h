@@ -9,7 +9,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
-#include <tuple>
+#include <type_traits>
 
 namespace kvo {
 
@@ -48,8 +48,18 @@ public:
     // A 16-bit count, then the bytes; a count of 0 or less is "".
     std::string ReadString(const char* source);
     // The same into a string of the caller's, which a cell's or icon's field
-    // takes without a string made and moved for each.
-    void ReadString(std::string& into, const char* source);
+    // takes without a string made and moved for each. Inline where the buffer
+    // holds it; a field that holds these bytes already (a new cell's type, an
+    // icon's font, mostly) is left alone.
+    void ReadString(std::string& into, const char* source) {
+        const int16_t count = ReadItem<int16_t>(source);
+        const auto size = static_cast<std::size_t>(count > 0 ? count : 0);
+        if (bufferEnd_ - bufferAt_ < size) return ReadLongString(into, size, source);
+        const char* bytes = readBuffer_.get() + bufferAt_;
+        if (std::string_view(into) != std::string_view(bytes, size)) into.assign(bytes, size);
+        bufferAt_ += size;
+        readPosition_ += size;
+    }
     void WriteInteger(int16_t value, const char* source);
     void WriteLong(int32_t value, const char* source);
     void WriteSingle(float value, const char* source);
@@ -77,28 +87,49 @@ private:
     }
 
 public:
-    // Fixed-size items in a row, checked against the buffer once: a record's
-    // fields cost a check each otherwise. Where the buffer ends among them
-    // they are read one by one, failing as each would.
+    // Fixed-size items in a row, straight into the caller's fields, checked
+    // against the buffer once: a record's fields cost a check each otherwise.
+    // A bool is the 16-bit integer the format stores, true when not 0. Where
+    // the buffer ends among them they are read one by one, failing as each would.
     template <typename... T>
-    std::tuple<T...> ReadItems(const char* source) {
+    void ReadItems(const char* source, T&... into) {
         if constexpr (std::endian::native == std::endian::little) {
-            constexpr std::size_t size = (sizeof(T) + ...);
+            constexpr std::size_t size = (StoredSize<T>() + ...);
             if (bufferEnd_ - bufferAt_ >= size) {
                 const char* at = readBuffer_.get() + bufferAt_;
                 bufferAt_ += size;
                 readPosition_ += size;
-                std::tuple<T...> items;
-                std::apply([&](T&... item) { ((std::memcpy(&item, at, sizeof(T)), at += sizeof(T)), ...); }, items);
-                return items;
+                (Take(at, into), ...);
+                return;
             }
         }
-        return {Read<T>(source)...};  // braced, so read in order
+        ((into = ReadOne<T>(source)), ...);
     }
 
 private:
     template <typename T>
     T Read(const char* source);
+    void ReadLongString(std::string& into, std::size_t size, const char* source);
+    template <typename T>
+    static constexpr std::size_t StoredSize() {
+        return std::is_same_v<T, bool> ? sizeof(int16_t) : sizeof(T);
+    }
+    template <typename T>
+    static void Take(const char*& at, T& into) {
+        if constexpr (std::is_same_v<T, bool>) {
+            int16_t stored;
+            std::memcpy(&stored, at, sizeof stored);
+            into = stored != 0;
+        } else {
+            std::memcpy(&into, at, sizeof(T));
+        }
+        at += StoredSize<T>();
+    }
+    template <typename T>
+    T ReadOne(const char* source) {
+        if constexpr (std::is_same_v<T, bool>) return Read<int16_t>(source) != 0;
+        else return Read<T>(source);
+    }
     void MeasureSize();
     template <typename T>
     void Write(T value, const char* source);

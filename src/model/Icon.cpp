@@ -128,24 +128,11 @@ void Icon::SaveToFile(std::string& out) const {
 }
 
 void Icon::LoadFromBinary(BinaryStream& stream, int32_t version) {
-    const auto [left, top, leaderColor, leaderX, leaderY, drawLeader, bendPoint, isVertical, displayDigits] =
-        stream.GetItems<int32_t, int32_t, int32_t, int32_t, int32_t, int16_t, int16_t, int16_t, int16_t>();
-    left_ = left;
-    top_ = top;
-    leaderColor_ = leaderColor;
-    leaderX_ = leaderX;
-    leaderY_ = leaderY;
-    drawLeader_ = drawLeader != 0;
-    bendPoint_ = bendPoint;
-    isVertical_ = isVertical != 0;
-    displayDigits_ = displayDigits;
+    stream.GetItems(left_, top_, leaderColor_, leaderX_, leaderY_, drawLeader_, bendPoint_, isVertical_, displayDigits_);
     stream.GetString(fontName_);
-    const auto [fontSize, fontBold, fontColor, nameColor, bySequence] = stream.GetItems<int16_t, int16_t, int32_t, int32_t, int16_t>();
-    fontSize_ = fontSize;
-    fontBold_ = fontBold != 0;
-    fontColor_ = fontColor;
-    nameColor_ = nameColor;
-    if (bySequence != 0) {
+    bool bySequence;
+    stream.GetItems(fontSize_, fontBold_, fontColor_, nameColor_, bySequence);
+    if (bySequence) {
         SetSequenceNumber(stream.GetLong());
     } else {
         stream.GetString(name_);

@@ -91,18 +91,11 @@ void Value::SaveToFile(std::string& out) const {
 
 void Value::LoadFromBinary(BinaryStream& stream, int32_t version) {
     stream.GetString(type_);
-    const auto [symbol, row, column, decimals, fraction, tolerance, isLimit] =
-        stream.GetItems<int16_t, int16_t, int16_t, int16_t, double, int16_t, int16_t>();
-    symbol_ = symbol;
-    row_ = row;
-    column_ = column;
-    decimals_ = decimals;
-    fraction_ = fraction;
-    tolerance_ = tolerance;
-    isLimit_ = isLimit != 0;
+    stream.GetItems(symbol_, row_, column_, decimals_, fraction_, tolerance_, isLimit_);
     stream.GetVariant(currentValue_);
     if (version == 1) {
-        const auto [plus, minus, softPlus, softMinus] = stream.GetItems<double, double, double, double>();
+        double plus, minus, softPlus, softMinus;
+        stream.GetItems(plus, minus, softPlus, softMinus);
         SetTolerances(plus, minus, softPlus, softMinus);
         gotTols_ = true;
     }
