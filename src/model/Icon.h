@@ -63,7 +63,9 @@ public:
     using IconFields::kButtonFaceColor;
 
     Icon() = default;
-    explicit Icon(const Icon&) = default;
+    // Its cells made in the pool its collection shares among its icons.
+    explicit Icon(Pool<Value>& cells) : values_(cells) {}
+    Icon(const Icon& other, Pool<Value>& cells) : IconFields(other), values_(other.values_, cells) {}
     // Everything but the paint counter: an icon set to what it was is unchanged.
     bool operator==(const Icon& other) const;
     Icon& operator=(const Icon&) = delete;

@@ -18,7 +18,7 @@ constexpr uint64_t kMinimalIconBytes = 20 + 8 + 2 + 2 + 2 + 8 + 2 + 2 + 4;
 IconCollection::IconCollection(const IconCollection& other) {
     icons_.reserve(other.icons_.size());
     pool_.Reserve(other.icons_.size());
-    for (const auto& icon : other.icons_) icons_.push_back(pool_.Make(*icon));
+    for (const auto& icon : other.icons_) icons_.push_back(pool_.Make(*icon, cells_));
 }
 
 bool IconCollection::operator==(const IconCollection& other) const {
@@ -32,11 +32,11 @@ Icon& IconCollection::Append(Pool<Icon>::Ptr icon) {
 }
 
 Icon& IconCollection::Add() {
-    return Append(pool_.Make());
+    return Append(pool_.Make(cells_));
 }
 
 Icon& IconCollection::AddFromFile(BlockParser& parser) {
-    auto icon = pool_.Make();
+    auto icon = pool_.Make(cells_);
     icon->LoadFromFile(parser);
     return Append(std::move(icon));
 }
@@ -47,7 +47,7 @@ void IconCollection::AddFromBinary(BinaryStream& stream, int32_t version) {
     icons_.reserve(icons_.size() + reserved);
     pool_.Reserve(reserved);
     for (int32_t i = 0; i < count; ++i) {
-        auto icon = pool_.Make();
+        auto icon = pool_.Make(cells_);
         icon->LoadFromBinary(stream, version);
         Append(std::move(icon));
     }

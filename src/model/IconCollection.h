@@ -40,7 +40,8 @@ public:
 private:
     Icon& Append(Pool<Icon>::Ptr icon);
 
-    Pool<Icon> pool_;  // before the icons, which go back to it
+    Pool<Value> cells_;  // the icons' cells, shared: before the icons, whose cells go back to it
+    Pool<Icon> pool_;    // before the icons, which go back to it
     std::vector<Pool<Icon>::Ptr> icons_;
 };
 

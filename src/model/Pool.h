@@ -54,7 +54,8 @@ private:
         alignas(T) std::byte bytes[sizeof(T)];
     };
     static constexpr std::size_t kFirstBlock = 4;
-    static constexpr std::size_t kLargestBlock = 64;
+    // Small, since every slide's pools leave part of their last block unused.
+    static constexpr std::size_t kLargestBlock = 16;
 
     void Free(T* object) {
         object->~T();

@@ -16,10 +16,16 @@ constexpr uint64_t kMinimalCellBytes = 2 + 8 + 8 + 2 + 2 + 2;
 
 }  // namespace
 
-ValueCollection::ValueCollection(const ValueCollection& other) {
+void ValueCollection::ReserveCells(std::size_t count) {
+    // A shared pool grows in steps of its own; a block for each icon's few
+    // cells is what sharing it saves.
+    if (own_) own_->Reserve(count);
+}
+
+void ValueCollection::CopyCells(const ValueCollection& other) {
     cells_.reserve(other.cells_.size());
-    pool_.Reserve(other.cells_.size());
-    for (const auto& cell : other.cells_) cells_.push_back(pool_.Make(*cell));
+    ReserveCells(other.cells_.size());
+    for (const auto& cell : other.cells_) cells_.push_back(pool_->Make(*cell));
     for (const auto& [cell, key] : other.keys_) keys_.emplace_back(cells_[other.PositionOf(cell)].get(), key);
 }
 
@@ -46,13 +52,13 @@ Value& ValueCollection::Add(std::optional<std::string> key) {
                 throw Error(ErrorNumber::KeyInUse, "ValueCollection.Add",
                             "This key is already associated with an element of this collection: " + *key);
     }
-    Value& cell = *cells_.emplace_back(pool_.Make());
+    Value& cell = *cells_.emplace_back(pool_->Make());
     if (key) keys_.emplace_back(&cell, std::move(*key));
     return cell;
 }
 
 Value& ValueCollection::AddFromFile(BlockParser& parser) {
-    auto value = pool_.Make();
+    auto value = pool_->Make();
     value->LoadFromFile(parser);
     return *cells_.emplace_back(std::move(value));
 }
@@ -62,9 +68,9 @@ void ValueCollection::AddFromBinary(BinaryStream& stream, int32_t version) {
     // A damaged count ends at the end of the file, having reserved no more than it holds.
     const std::size_t reserved = ReservedCount(count, stream.Remaining(), kMinimalCellBytes);
     cells_.reserve(cells_.size() + reserved);
-    pool_.Reserve(reserved);
+    ReserveCells(reserved);
     for (int32_t i = 0; i < count; ++i) {
-        auto value = pool_.Make();
+        auto value = pool_->Make();
         value->LoadFromBinary(stream, version);
         cells_.push_back(std::move(value));
     }

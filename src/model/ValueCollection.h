@@ -16,9 +16,13 @@ namespace kvo {
 // compares without regard to case and must be unique.
 class ValueCollection {
 public:
-    ValueCollection() = default;
+    ValueCollection() : own_(std::make_unique<Pool<Value>>()), pool_(own_.get()) {}
+    // Cells made in a pool that the owner shares among its collections and
+    // keeps alive longer: an icon's few cells cost an allocation otherwise.
+    explicit ValueCollection(Pool<Value>& shared) : pool_(&shared) {}
     // Deep, with every cell's run-time state (averaging included): for undo.
-    explicit ValueCollection(const ValueCollection& other);
+    explicit ValueCollection(const ValueCollection& other) : ValueCollection() { CopyCells(other); }
+    ValueCollection(const ValueCollection& other, Pool<Value>& shared) : ValueCollection(shared) { CopyCells(other); }
     bool operator==(const ValueCollection& other) const;
     ValueCollection& operator=(const ValueCollection&) = delete;
 
@@ -50,11 +54,14 @@ public:
     auto end() const { return cells_.end(); }
 
 private:
+    void CopyCells(const ValueCollection& other);
+    void ReserveCells(std::size_t count);
     std::size_t PositionOf(std::string_view key, const char* source) const;
     std::size_t PositionOf(const Value* cell) const;
     void ForgetKeyOf(const Value* cell);
 
-    Pool<Value> pool_;  // before the cells, which go back to it
+    std::unique_ptr<Pool<Value>> own_;  // when no owner shares one; before the cells, which go back to it
+    Pool<Value>* pool_;
     std::vector<Pool<Value>::Ptr> cells_;
     // The few cells that have a key, so that the others carry none.
     std::vector<std::pair<const Value*, std::string>> keys_;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <memory>
 #include <sstream>
 
 #include "ModelTestSupport.h"
@@ -260,6 +261,29 @@ TEST_F(IconTest, CollectionsRemoveByPositionOrIdentity) {
     EXPECT_EQ(icons.Count(), 1);
     EXPECT_EQ(RaisedBy([&] { icons.Remove(2); }).Number(), 9);
     EXPECT_EQ(RaisedBy([&] { icons.Item(0); }).Number(), 9);
+}
+
+// A collection's icons make their cells in one pool: a cell keeps its place
+// while others come and go, and a copy's cells outlive the original's pool.
+TEST_F(IconTest, CellsOutliveTheIconsAroundThemAndTheOriginalOfACopy) {
+    auto icons = std::make_unique<IconCollection>();
+    for (int16_t i = 1; i <= 30; ++i) {
+        Icon& icon = icons->Add();
+        for (int16_t row = 1; row <= 3; ++row) icon.Values().Add().SetRow(static_cast<int16_t>(i * 10 + row));
+    }
+    const Value* kept = &icons->Item(30).Values().Item(3);
+    while (icons->Count() > 1) icons->Remove(1);
+    icons->Add().Values().Add().SetRow(7);
+    EXPECT_EQ(&icons->Item(1).Values().Item(3), kept);
+    EXPECT_EQ(kept->Row(), 303);
+
+    const IconCollection copy(*icons);
+    icons.reset();
+    ASSERT_EQ(copy.Count(), 2);
+    EXPECT_EQ(copy.Item(1).Values().Item(3).Row(), 303);
+    EXPECT_EQ(copy.Item(2).Values().Item(1).Row(), 7);
+    copy.Item(2).Values().Add().SetRow(8);
+    EXPECT_EQ(copy.Item(2).Values().Count(), 2);
 }
 
 }  // namespace
