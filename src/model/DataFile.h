@@ -56,7 +56,7 @@ public:
         const auto size = static_cast<std::size_t>(count > 0 ? count : 0);
         if (bufferEnd_ - bufferAt_ < size) return ReadLongString(into, size, source);
         const char* bytes = readBuffer_.get() + bufferAt_;
-        if (std::string_view(into) != std::string_view(bytes, size)) into.assign(bytes, size);
+        if (!Holds(into, bytes, size)) into.assign(bytes, size);
         bufferAt_ += size;
         readPosition_ += size;
     }
@@ -110,6 +110,14 @@ private:
     template <typename T>
     T Read(const char* source);
     void ReadLongString(std::string& into, std::size_t size, const char* source);
+    // Byte by byte: these texts are a few bytes long, and a call to compare
+    // them cost more than the rest of the read.
+    static bool Holds(const std::string& text, const char* bytes, std::size_t size) {
+        if (text.size() != size) return false;
+        for (std::size_t i = 0; i < size; ++i)
+            if (text[i] != bytes[i]) return false;
+        return true;
+    }
     template <typename T>
     static constexpr std::size_t StoredSize() {
         return std::is_same_v<T, bool> ? sizeof(int16_t) : sizeof(T);
