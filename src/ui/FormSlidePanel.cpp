@@ -6,6 +6,7 @@
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QListWidget>
 #include <QtWidgets/QMenu>
+#include <QtWidgets/QScrollBar>
 #include <QtWidgets/QStyle>
 #include <QtWidgets/QStyleOption>
 
@@ -138,6 +139,12 @@ FormSlidePanel::FormSlidePanel(QWidget* parent) : QDockWidget(Caption(Str::Slide
     menu_ = new QMenu(this);
     menu_->setObjectName("mnuSlidePanel");
     drawer_.setMaxThreadCount(1);
+    connect(list_->verticalScrollBar(), &QScrollBar::valueChanged, this, [this] { Schedule(); });
+}
+
+void FormSlidePanel::resizeEvent(QResizeEvent* event) {
+    QDockWidget::resizeEvent(event);
+    Schedule();
 }
 
 FormSlidePanel::~FormSlidePanel() {
@@ -189,10 +196,10 @@ void FormSlidePanel::ShowSlides(const SlideCollection* slides, int current, cons
 
 void FormSlidePanel::UpdateItems() {
     const int count = static_cast<int>(thumbs_.size());
+    rows_.resize(thumbs_.size());
     list_->setIconSize(thumbSize_);
     while (list_->count() > count) delete list_->takeItem(list_->count() - 1);
     while (list_->count() < count) list_->addItem(new QListWidgetItem);
-    rows_.resize(thumbs_.size());
     for (int row = 0; row < count; ++row) UpdateRow(row);
     if (current_ >= 1 && current_ <= count) {
         list_->setCurrentRow(current_ - 1);
@@ -209,7 +216,8 @@ const Slide* FormSlidePanel::SlideAt(std::size_t row) const {
 
 void FormSlidePanel::UpdateRow(int row) {
     const Slide* shownSlide = SlideAt(static_cast<std::size_t>(row));
-    if (shownSlide == nullptr) return;
+    QListWidgetItem* item = list_->item(row);
+    if (shownSlide == nullptr || item == nullptr) return;  // the list is still being made
     const Slide& slide = *shownSlide;
     const Thumb& thumb = *thumbs_[static_cast<std::size_t>(row)];
     const bool enabled = slide.Enabled();
@@ -231,7 +239,6 @@ void FormSlidePanel::UpdateRow(int row) {
         picture = blank;
     }
     Row& shown = rows_[static_cast<std::size_t>(row)];
-    QListWidgetItem* item = list_->item(row);
     if (shown.picture != picture.cacheKey() || shown.enabled != enabled) {
         shown.picture = picture.cacheKey();
         item->setIcon(QIcon(thumb.picture.isNull() ? picture : greyed(picture)));
@@ -246,13 +253,44 @@ void FormSlidePanel::UpdateRow(int row) {
     shown.enabled = enabled;
 }
 
+std::pair<int, int> FormSlidePanel::RowsInView() const {
+    // Rows run from top to bottom: the first whose bottom is in view, then the first below the view.
+    const auto firstWhere = [&](int from, auto below) {
+        int low = from, high = list_->count();
+        while (low < high) {
+            const int middle = low + (high - low) / 2;
+            if (below(list_->visualItemRect(list_->item(middle)))) high = middle;
+            else low = middle + 1;
+        }
+        return low;
+    };
+    const int first = firstWhere(0, [](const QRect& item) { return item.bottom() >= 0; });
+    const int height = list_->viewport()->height();
+    return {first, firstWhere(first, [&](const QRect& item) { return item.top() >= height; }) - 1};
+}
+
 void FormSlidePanel::Schedule() {
     queue_.clear();
-    const auto want = [&](std::size_t row) {
-        if (row < thumbs_.size() && !thumbs_[row]->slide) queue_.push_back(thumbs_[row]);
+    const int count = static_cast<int>(thumbs_.size());
+    const auto [first, last] = RowsInView();
+    const int current = current_ - 1;
+    // Far from the view, a picture is let go and drawn again when the list comes back.
+    for (int row = 0; row < count; ++row) {
+        if (row == current || (row >= first - 2 * kRowsAhead && row <= last + 2 * kRowsAhead)) continue;
+        auto& thumb = thumbs_[static_cast<std::size_t>(row)];
+        if (!thumb->slide) continue;
+        thumb = std::make_shared<Thumb>();
+        UpdateRow(row);
+    }
+    const auto want = [&](int row) {
+        if (row >= 0 && row < count && !thumbs_[static_cast<std::size_t>(row)]->slide) queue_.push_back(thumbs_[static_cast<std::size_t>(row)]);
     };
-    want(static_cast<std::size_t>(current_ - 1));
-    for (std::size_t row = 0; row < thumbs_.size(); ++row) want(row);
+    want(current);
+    for (int row = first; row <= last; ++row) want(row);
+    for (int row = 1; row <= kRowsAhead; ++row) {
+        want(last + row);
+        want(first - row);
+    }
     if (!running_) DrawNext();
 }
 

@@ -10,6 +10,7 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 class QListWidget;
@@ -25,11 +26,15 @@ class SlideList;
 // slide itself is drawn, with its number and name, greyed when the operator
 // does not see it. A click goes to a slide, a drag puts it elsewhere, a
 // right-click offers the slide commands for it. The pictures are drawn one
-// at a time in the background and kept while their slide stays as it was.
+// at a time in the background, for the rows in view and those near them, and
+// kept while their slide stays as it was and the list stays near them: a show
+// of thousands of slides holds a few hundred pictures, not all.
 class FormSlidePanel final : public QDockWidget {
     Q_OBJECT
 public:
     static constexpr int kThumbnailWidth = 160;
+    // Rows drawn beyond those in view on either side; twice as many are kept.
+    static constexpr int kRowsAhead = 40;
 
     explicit FormSlidePanel(QWidget* parent);
     ~FormSlidePanel() override;
@@ -53,6 +58,9 @@ signals:
     // A slide dragged from one place to another, both 1-based.
     void moveRequested(int from, int to);
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     struct Thumb {
         std::shared_ptr<const Slide> slide;  // the slide as it was drawn; none until its drawing starts
@@ -67,8 +75,11 @@ private:
     };
 
     std::shared_ptr<Thumb> ThumbFor(const Slide& slide, std::size_t row, const std::vector<std::shared_ptr<Thumb>>& before);
-    // Draws what is missing, the current slide's first, one at a time.
+    // Draws what is missing near the rows in view, the current slide's first,
+    // one at a time, and lets go of the pictures far from them.
     void Schedule();
+    // The first and last row in view; last < first when none is.
+    std::pair<int, int> RowsInView() const;
     void DrawNext();
     void UpdateItems();
     void UpdateRow(int row);

@@ -13,6 +13,8 @@
 #include <QtWidgets/QScrollBar>
 
 #include "PictureBytes.h"
+#include "model/Slide.h"
+#include "model/SlideCollection.h"
 #include "UiTestSupport.h"
 #include "services/RegEntry.h"
 #include "ui/FormSlidePanel.h"
@@ -512,6 +514,36 @@ TEST_F(EditingComfortTest, TheSlidePanelShowsGoesToAndReordersTheSlides) {
     EXPECT_EQ(panel.Thumbnail(1), next);
     EXPECT_EQ(panel.Thumbnail(2), moved);
     EXPECT_EQ(panel.Thumbnail(3), stays);
+}
+
+// A show of hundreds of slides: the panel draws the rows near the view, and
+// lets go of the pictures far from it when the list moves on.
+TEST_F(EditingComfortTest, SlidePanelDrawsAndKeepsOnlyTheRowsNearTheView) {
+    SlideCollection slides;
+    for (int i = 0; i < 300; ++i) slides.Add().SetBackColor(0x00FF00);
+    FormSlidePanel panel(nullptr);
+    panel.resize(220, 500);
+    panel.show();
+    panel.ShowSlides(&slides, 1, QSize(400, 300));
+    const auto drawn = [&] {
+        int count = 0;
+        for (int number = 1; number <= slides.Count(); ++number) count += panel.Thumbnail(number).isNull() ? 0 : 1;
+        return count;
+    };
+    QTRY_VERIFY(!panel.Drawing());
+    EXPECT_FALSE(panel.Thumbnail(2).isNull());
+    EXPECT_TRUE(panel.Thumbnail(300).isNull());
+    EXPECT_LE(drawn(), 2 * FormSlidePanel::kRowsAhead);
+
+    panel.List().scrollToBottom();
+    QTRY_VERIFY(!panel.Thumbnail(300).isNull());
+    QTRY_VERIFY(!panel.Drawing());
+    EXPECT_TRUE(panel.Thumbnail(2).isNull());
+    EXPECT_FALSE(panel.Thumbnail(1).isNull());  // the current slide's stays
+    EXPECT_LE(drawn(), 4 * FormSlidePanel::kRowsAhead);
+    // Back at the top, the first rows are drawn again.
+    panel.List().scrollToTop();
+    QTRY_VERIFY(!panel.Thumbnail(2).isNull());
 }
 
 }  // namespace
