@@ -57,6 +57,12 @@ public:
     std::string GetString();
     void GetString(std::string& into) { file_.ReadString(into, "BinaryStream.GetString"); }
 
+    // Booleans, Integers, Longs, Singles and Doubles in a row, with one check
+    // of the room left.
+    template <typename... T>
+    void WriteItems(const T&... items) {
+        file_.WriteItems("BinaryStream.WriteItems", items...);
+    }
     void WriteBoolean(bool value);
     void WriteDouble(double value);
     void WriteInteger(int16_t value);

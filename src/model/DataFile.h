@@ -106,6 +106,22 @@ public:
         ((into = ReadOne<T>(source)), ...);
     }
 
+    // The same for writing, into the pending bytes with one check of the room
+    // left; a bool is written as the format's True, -1, or 0.
+    template <typename... T>
+    void WriteItems(const char* source, const T&... items) {
+        if constexpr (std::endian::native == std::endian::little) {
+            constexpr std::size_t size = (StoredSize<T>() + ...);
+            if (outBytes_ != nullptr && pending_.size() - pendingSize_ >= size) {
+                char* at = pending_.data() + pendingSize_;
+                (Put(at, items), ...);
+                pendingSize_ += size;
+                return;
+            }
+        }
+        (WriteOne(items, source), ...);
+    }
+
 private:
     template <typename T>
     T Read(const char* source);
@@ -132,6 +148,24 @@ private:
             std::memcpy(&into, at, sizeof(T));
         }
         at += StoredSize<T>();
+    }
+    template <typename T>
+    static void Put(char*& at, const T& item) {
+        if constexpr (std::is_same_v<T, bool>) {
+            const int16_t stored = item ? -1 : 0;
+            std::memcpy(at, &stored, sizeof stored);
+        } else {
+            std::memcpy(at, &item, sizeof(T));
+        }
+        at += StoredSize<T>();
+    }
+    template <typename T>
+    void WriteOne(const T& item, const char* source) {
+        if constexpr (std::is_same_v<T, bool>) WriteInteger(item ? int16_t{-1} : int16_t{0}, source);
+        else if constexpr (std::is_same_v<T, int16_t>) WriteInteger(item, source);
+        else if constexpr (std::is_same_v<T, int32_t>) WriteLong(item, source);
+        else if constexpr (std::is_same_v<T, float>) WriteSingle(item, source);
+        else WriteDouble(item, source);
     }
     template <typename T>
     T ReadOne(const char* source) {

@@ -142,21 +142,9 @@ void Icon::LoadFromBinary(BinaryStream& stream, int32_t version) {
 }
 
 void Icon::SaveToBinary(BinaryStream& stream) const {
-    stream.WriteLong(left_);
-    stream.WriteLong(top_);
-    stream.WriteLong(leaderColor_);
-    stream.WriteLong(leaderX_);
-    stream.WriteLong(leaderY_);
-    stream.WriteBoolean(drawLeader_);
-    stream.WriteInteger(bendPoint_);
-    stream.WriteBoolean(isVertical_);
-    stream.WriteInteger(displayDigits_);
+    stream.WriteItems(left_, top_, leaderColor_, leaderX_, leaderY_, drawLeader_, bendPoint_, isVertical_, displayDigits_);
     stream.WriteString(fontName_);
-    stream.WriteInteger(fontSize_);
-    stream.WriteBoolean(fontBold_);
-    stream.WriteLong(fontColor_);
-    stream.WriteLong(nameColor_);
-    stream.WriteBoolean(isSequenceNumber_);
+    stream.WriteItems(fontSize_, fontBold_, fontColor_, nameColor_, isSequenceNumber_);
     // The name, not the feature name: a name typed in mixed case keeps its letters.
     if (isSequenceNumber_) stream.WriteLong(sequenceNumber_);
     else stream.WriteString(name_);

@@ -103,18 +103,9 @@ void Value::LoadFromBinary(BinaryStream& stream, int32_t version) {
 
 void Value::SaveToBinary(BinaryStream& stream) const {
     stream.WriteString(type_);
-    stream.WriteInteger(symbol_);
-    stream.WriteInteger(row_);
-    stream.WriteInteger(column_);
-    stream.WriteInteger(decimals_);
-    stream.WriteDouble(fraction_);
-    stream.WriteInteger(tolerance_);
-    stream.WriteBoolean(isLimit_);
+    stream.WriteItems(symbol_, row_, column_, decimals_, fraction_, tolerance_, isLimit_);
     stream.WriteVariant(currentValue_);
-    stream.WriteDouble(PlusTol());
-    stream.WriteDouble(MinusTol());
-    stream.WriteDouble(SoftPlusTol());
-    stream.WriteDouble(SoftMinusTol());
+    stream.WriteItems(PlusTol(), MinusTol(), SoftPlusTol(), SoftMinusTol());
 }
 
 std::string Value::DisplayText() const {
