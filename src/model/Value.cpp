@@ -206,7 +206,7 @@ void Value::Copy(Value& target) const {
     target.SetTolerances(PlusTol(), MinusTol(), SoftPlusTol(), SoftMinusTol());
 }
 
-void Value::SetTolerances(double plus, double minus, double softPlus, double softMinus) {
+void Value::StoreTolerances(double plus, double minus, double softPlus, double softMinus) {
     const RunTime& now = run_.Get();
     if (Same(plus, now.plusTol) && Same(minus, now.minusTol) && Same(softPlus, now.softPlusTol) && Same(softMinus, now.softMinusTol)) return;
     RunTime& run = run_.Set();

@@ -37,6 +37,7 @@ public:
         if (!part_) part_ = std::make_unique<Part>();
         return *part_;
     }
+    bool Made() const { return part_ != nullptr; }
 
 private:
     std::unique_ptr<Part> part_;
@@ -87,8 +88,13 @@ public:
     double SoftPlusTol() const { return run_.Get().softPlusTol; }
     double SoftMinusTol() const { return run_.Get().softMinusTol; }
     // All four at once: setting what is there makes no run-time part (+0, as
-    // most files hold; -0 differs, in its bytes).
-    void SetTolerances(double plus, double minus, double softPlus, double softMinus);
+    // most files hold; -0 differs, in its bytes). A new cell's zeros are
+    // checked inline: a load sets every cell's.
+    void SetTolerances(double plus, double minus, double softPlus, double softMinus) {
+        const auto bits = [](double value) { return std::bit_cast<uint64_t>(value); };
+        if (!run_.Made() && (bits(plus) | bits(minus) | bits(softPlus) | bits(softMinus)) == 0) return;
+        StoreTolerances(plus, minus, softPlus, softMinus);
+    }
     double Summ() const { return run_.Get().summ; }
     void SetSumm(const Variant& value) { run_.Set().summ = value.ToDouble(); }
     int16_t SummCount() const { return run_.Get().summCount; }
@@ -134,6 +140,7 @@ public:
     void AddValue(std::string text) { run_.Set().valueList.push_back(std::move(text)); }
 
 private:
+    void StoreTolerances(double plus, double minus, double softPlus, double softMinus);
     int16_t Classify(double deviation) const;
     double RoundToDecimals(double value) const;
 
