@@ -69,24 +69,6 @@ public:
 
     static void CheckStringLength(std::string_view value, const char* source);
 
-private:
-    // Inline where the buffer holds the item whole on a little-endian host: a
-    // call per field cost as much as the field.
-    template <typename T>
-    T ReadItem(const char* source) {
-        if constexpr (std::endian::native == std::endian::little) {
-            if (bufferEnd_ - bufferAt_ >= sizeof(T)) {
-                T value;
-                std::memcpy(&value, readBuffer_.get() + bufferAt_, sizeof(T));
-                bufferAt_ += sizeof(T);
-                readPosition_ += sizeof(T);
-                return value;
-            }
-        }
-        return Read<T>(source);
-    }
-
-public:
     // Fixed-size items in a row, straight into the caller's fields, checked
     // against the buffer once: a record's fields cost a check each otherwise.
     // A bool is the 16-bit integer the format stores, true when not 0. Where
@@ -123,6 +105,21 @@ public:
     }
 
 private:
+    // Inline where the buffer holds the item whole on a little-endian host: a
+    // call per field cost as much as the field.
+    template <typename T>
+    T ReadItem(const char* source) {
+        if constexpr (std::endian::native == std::endian::little) {
+            if (bufferEnd_ - bufferAt_ >= sizeof(T)) {
+                T value;
+                std::memcpy(&value, readBuffer_.get() + bufferAt_, sizeof(T));
+                bufferAt_ += sizeof(T);
+                readPosition_ += sizeof(T);
+                return value;
+            }
+        }
+        return Read<T>(source);
+    }
     template <typename T>
     T Read(const char* source);
     void ReadLongString(std::string& into, std::size_t size, const char* source);

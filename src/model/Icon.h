@@ -21,8 +21,8 @@ struct IconExtent {
 };
 
 // An icon's own fields as Initialize leaves them: a new icon is built with
-// them once, where setting them again after construction cost a fifth of a
-// binary load.
+// them once, where setting them again after construction cost a twentieth
+// of a binary load.
 struct IconFields {
     static constexpr int32_t kButtonFaceColor = static_cast<int32_t>(0x8000000F);
 
