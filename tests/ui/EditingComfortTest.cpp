@@ -13,9 +13,9 @@
 #include <QtWidgets/QScrollBar>
 
 #include "PictureBytes.h"
+#include "UiTestSupport.h"
 #include "model/Slide.h"
 #include "model/SlideCollection.h"
-#include "UiTestSupport.h"
 #include "services/RegEntry.h"
 #include "ui/FormSlidePanel.h"
 #include "view/Colors.h"
